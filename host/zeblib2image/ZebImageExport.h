@@ -1,0 +1,3 @@
+#pragma once
+
+#define ZEBIMAGE_API __attribute__((visibility("default")))

@@ -1,0 +1,114 @@
+#include "Numeric/Matrix.h"
+
+#include "Numeric/TypeName.h"
+#include "zeblib2core/Throw.h"
+
+#include <utility>
+
+namespace TOLX
+{
+namespace
+{
+template <class T>
+std::string Member(const char* member)
+{
+    return Impl::TemplateMember<T>("TOLX::CMatrix", member);
+}
+} // namespace
+
+template <class T>
+CMatrix<T>::CMatrix(std::size_t rows, std::size_t cols) : m_rows(rows), m_cols(cols), m_elements(rows * cols, T(0))
+{
+}
+
+template <class T>
+CMatrix<T>::CMatrix(CMatrix&& other) noexcept
+    : IMatrix<T>(), m_rows(std::exchange(other.m_rows, 0)), m_cols(std::exchange(other.m_cols, 0)),
+      m_elements(std::move(other.m_elements))
+{
+    other.m_elements.clear();
+}
+
+template <class T>
+CMatrix<T>& CMatrix<T>::operator=(const CMatrix& other)
+{
+    if (this != &other)
+    {
+        m_elements = other.m_elements;
+        m_rows = other.m_rows;
+        m_cols = other.m_cols;
+    }
+    return *this;
+}
+
+template <class T>
+CMatrix<T>& CMatrix<T>::operator=(CMatrix&& other) noexcept
+{
+    if (this != &other)
+    {
+        m_elements = std::move(other.m_elements);
+        other.m_elements.clear();
+        m_rows = std::exchange(other.m_rows, 0);
+        m_cols = std::exchange(other.m_cols, 0);
+    }
+    return *this;
+}
+
+template <class T>
+CMatrix<T>::~CMatrix() = default;
+
+// The two accessors word their messages differently ("bounds." without a
+// blank when writing); hosts match on the exact texts.
+template <class T>
+T CMatrix<T>::operator()(std::size_t row, std::size_t col) const
+{
+    if (row >= m_rows || col >= m_cols)
+        TOLX_THROW(Member<T>("operator ()"), 83,
+                   "Index exceeds matrix bounds. Tried to access index (%1,%2) but Matrix size is %3-by-%4", row, col,
+                   m_rows, m_cols);
+    return m_elements[row * m_cols + col];
+}
+
+template <class T>
+T& CMatrix<T>::operator()(std::size_t row, std::size_t col)
+{
+    if (row >= m_rows || col >= m_cols)
+        TOLX_THROW(Member<T>("operator ()"), 91,
+                   "Index exceeds matrix bounds.Tried to access index (%1,%2) but Matrix size is %3-by-%4", row, col,
+                   m_rows, m_cols);
+    return m_elements[row * m_cols + col];
+}
+
+template <class T>
+void CMatrix<T>::Reshape(std::size_t rows, std::size_t cols)
+{
+    m_elements.resize(rows * cols, T(0));
+    m_rows = rows;
+    m_cols = cols;
+}
+
+template <class T>
+CMatrix<T> CMatrix<T>::GetCol(std::size_t col) const
+{
+    if (col >= m_cols)
+        TOLX_THROW(Member<T>("GetCol"), 179, "Index out of bounds. Tried to access Col %1 but matrix has only %2 Cols",
+                   col, m_cols);
+    CMatrix result(m_rows, 1);
+    for (std::size_t i = 0; i < m_rows; ++i)
+        result.m_elements[i] = m_elements[i * m_cols + col];
+    return result;
+}
+
+template <class T>
+CMatrix<T> CMatrix<T>::operator*(const IMatrix<T>& other) const
+{
+    if (m_cols != other.Rows())
+        TOLX_THROW(Member<T>("operator *"), 124, "Trying to multiply non-conform matrices.");
+    CMatrix result(*this);
+    result *= other;
+    return result;
+}
+
+template class CMatrix<double>;
+template class CMatrix<float>;
+} // namespace TOLX

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Numeric/Export.h"
+#include "Numeric/MatrixInterface.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace TOLX
+{
+// Dense row-major matrix: element (i, j) is at i * Cols() + j.
+template <class T>
+class VORN_API CMatrix : public IMatrix<T>
+{
+public:
+    CMatrix() = default;
+    CMatrix(std::size_t rows, std::size_t cols);
+    CMatrix(const CMatrix& other) = default;
+    // Moving leaves the source an empty 0-by-0 matrix.
+    CMatrix(CMatrix&& other) noexcept;
+    // Between two CMatrix objects assignment is a plain deep copy; assignment
+    // from any other IMatrix goes through the interface's rule.
+    CMatrix& operator=(const CMatrix& other);
+    CMatrix& operator=(CMatrix&& other) noexcept;
+    using IMatrix<T>::operator=;
+    ~CMatrix() override;
+
+    std::size_t Rows() const override { return m_rows; }
+    std::size_t Cols() const override { return m_cols; }
+    T& operator()(std::size_t row, std::size_t col) override;
+    T operator()(std::size_t row, std::size_t col) const override;
+    // Keeps elements at their row-major positions; new ones are zero.
+    void Reshape(std::size_t rows, std::size_t cols) override;
+
+    CMatrix GetCol(std::size_t col) const;
+    CMatrix operator*(const IMatrix<T>& other) const;
+
+    // Unchecked row-major storage for the library's inner loops.
+    const T* Data() const noexcept { return m_elements.data(); }
+    T* Data() noexcept { return m_elements.data(); }
+
+private:
+    std::size_t m_rows = 0;
+    std::size_t m_cols = 0;
+    std::vector<T> m_elements;
+};
+
+extern template class CMatrix<double>;
+extern template class CMatrix<float>;
+} // namespace TOLX

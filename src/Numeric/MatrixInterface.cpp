@@ -1,0 +1,190 @@
+#include "Numeric/MatrixInterface.h"
+
+#include "Numeric/TypeName.h"
+#include "zeblib2core/Throw.h"
+
+#include <vector>
+
+namespace TOLX
+{
+namespace
+{
+template <class T>
+std::string Member(const char* member)
+{
+    return Impl::TemplateMember<T>("TOLX::IMatrix", member);
+}
+
+// Row-major copy of all elements, read through the virtual accessor.
+template <class T>
+std::vector<T> ElementsOf(const IMatrix<T>& m)
+{
+    const std::size_t rows = m.Rows();
+    const std::size_t cols = m.Cols();
+    std::vector<T> copy;
+    copy.reserve(rows * cols);
+    for (std::size_t i = 0; i < rows; ++i)
+        for (std::size_t j = 0; j < cols; ++j)
+            copy.push_back(m(i, j));
+    return copy;
+}
+} // namespace
+
+template <class T>
+IMatrix<T>::~IMatrix() = default;
+
+template <class T>
+IMatrix<T>& IMatrix<T>::operator=(const IMatrix& other)
+{
+    const std::size_t r = other.Rows();
+    const std::size_t c = other.Cols();
+    // The asymmetry is intended and callers rely on it: with equal row counts
+    // but different column counts the target keeps its shape, so a wider
+    // source runs into the write accessor's bounds check and a narrower one
+    // leaves the extra columns untouched.
+    if (Rows() != r || Cols() == c)
+        Reshape(r, c);
+    for (std::size_t i = 0; i < r; ++i)
+        for (std::size_t j = 0; j < c; ++j)
+            (*this)(i, j) = other(i, j);
+    return *this;
+}
+
+template <class T>
+bool IMatrix<T>::operator==(const IMatrix& other) const
+{
+    if (this == &other)
+        return true;
+    if (Rows() != other.Rows() || Cols() != other.Cols())
+        return false;
+    for (std::size_t i = 0; i < Rows(); ++i)
+        for (std::size_t j = 0; j < Cols(); ++j)
+            if (!((*this)(i, j) == other(i, j)))
+                return false;
+    return true;
+}
+
+template <class T>
+IMatrix<T>& IMatrix<T>::operator*=(const IMatrix& other)
+{
+    const std::size_t m = Rows();
+    const std::size_t n = Cols();
+    if (n != other.Rows())
+        TOLX_THROW(Member<T>("operator *="), 85, "Tried to multiply %1-by-%2 *= %3-by-%4 matrices", m, n, other.Rows(),
+                   other.Cols());
+    const std::vector<T> copy = ElementsOf(*this);
+    // A matrix multiplied by itself reads its old values, not the ones this
+    // loop writes.
+    const bool self = &other == this;
+    const std::size_t p = other.Cols();
+    const std::size_t inner = other.Rows();
+    Reshape(m, p);
+    for (std::size_t i = 0; i < m; ++i)
+        for (std::size_t j = 0; j < p; ++j)
+        {
+            T s = 0;
+            for (std::size_t k = 0; k < inner; ++k)
+                s = s + (self ? copy[k * n + j] : other(k, j)) * copy[i * n + k];
+            (*this)(i, j) = s;
+        }
+    return *this;
+}
+
+template <class T>
+IMatrix<T>& IMatrix<T>::operator*=(const T& factor)
+{
+    for (std::size_t i = 0; i < Rows(); ++i)
+        for (std::size_t j = 0; j < Cols(); ++j)
+            (*this)(i, j) *= factor;
+    return *this;
+}
+
+template <class T>
+IMatrix<T>& IMatrix<T>::operator+=(const IMatrix& other)
+{
+    if (Rows() != other.Rows() || Cols() != other.Cols())
+        TOLX_THROW(Member<T>("operator +="), 130, "Tried to add %1-by-%2 and %3-by-%4 matrices", Rows(), Cols(),
+                   other.Rows(), other.Cols());
+    for (std::size_t i = 0; i < Rows(); ++i)
+        for (std::size_t j = 0; j < Cols(); ++j)
+            (*this)(i, j) += other(i, j);
+    return *this;
+}
+
+template <class T>
+IMatrix<T>& IMatrix<T>::operator+=(const T& summand)
+{
+    for (std::size_t i = 0; i < Rows(); ++i)
+        for (std::size_t j = 0; j < Cols(); ++j)
+            (*this)(i, j) += summand;
+    return *this;
+}
+
+template <class T>
+void IMatrix<T>::Transpose()
+{
+    const std::size_t rows = Rows();
+    const std::size_t cols = Cols();
+    const std::vector<T> copy = ElementsOf(*this);
+    Reshape(cols, rows);
+    for (std::size_t i = 0; i < rows; ++i)
+        for (std::size_t j = 0; j < cols; ++j)
+            (*this)(j, i) = copy[i * cols + j];
+}
+
+template <class T>
+IMatrix<T>& IMatrix<T>::operator-=(const IMatrix& other)
+{
+    if (Rows() != other.Rows() || Cols() != other.Cols())
+        TOLX_THROW(Member<T>("operator -="), 145, "Tried to subtract %1-by-%2 and %3-by-%4 matrices", Rows(), Cols(),
+                   other.Rows(), other.Cols());
+    for (std::size_t i = 0; i < Rows(); ++i)
+        for (std::size_t j = 0; j < Cols(); ++j)
+            (*this)(i, j) -= other(i, j);
+    return *this;
+}
+
+// Both concatenations snapshot the argument first, so appending a matrix to
+// itself doubles it instead of reading rows this call has just written.
+template <class T>
+void IMatrix<T>::AddRows(const IMatrix& other)
+{
+    const std::size_t rows = Rows();
+    const std::size_t cols = Cols();
+    if (other.Cols() != cols)
+        TOLX_THROW(Member<T>("AddRows"), 176, "Tried to concatenate %1-dim rows to %2-dim rows", other.Cols(), cols);
+    const std::size_t added = other.Rows();
+    const std::vector<T> mine = ElementsOf(*this);
+    const std::vector<T> theirs = ElementsOf(other);
+    Reshape(rows + added, cols);
+    for (std::size_t i = 0; i < rows; ++i)
+        for (std::size_t j = 0; j < cols; ++j)
+            (*this)(i, j) = mine[i * cols + j];
+    for (std::size_t k = 0; k < added; ++k)
+        for (std::size_t j = 0; j < cols; ++j)
+            (*this)(rows + k, j) = theirs[k * cols + j];
+}
+
+template <class T>
+void IMatrix<T>::AddCols(const IMatrix& other)
+{
+    const std::size_t rows = Rows();
+    const std::size_t cols = Cols();
+    if (other.Rows() != rows)
+        TOLX_THROW(Member<T>("AddCols"), 209, "Tried to concatenate %1-dim Cols to %2-dim Cols", other.Rows(), rows);
+    const std::size_t added = other.Cols();
+    const std::vector<T> mine = ElementsOf(*this);
+    const std::vector<T> theirs = ElementsOf(other);
+    Reshape(rows, cols + added);
+    for (std::size_t i = 0; i < rows; ++i)
+    {
+        for (std::size_t j = 0; j < cols; ++j)
+            (*this)(i, j) = mine[i * cols + j];
+        for (std::size_t k = 0; k < added; ++k)
+            (*this)(i, cols + k) = theirs[i * added + k];
+    }
+}
+
+template class IMatrix<double>;
+template class IMatrix<float>;
+} // namespace TOLX
