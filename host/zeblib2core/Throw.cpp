@@ -13,7 +13,7 @@ std::string RepoRelativePath(const char* file)
     // Markers in order of preference, with the prefix that completes the path
     // when only an installed copy of the header was compiled.
     static const std::pair<const char*, const char*> markers[] = {
-        {"src/Numeric/", ""}, {"host/zeblib2", ""}, {"Numeric/", "src/"}, {"zeblib2", "host/"}};
+        {"src/Numeric/", ""}, {"host/zeblib2", ""}, {"tests/", ""}, {"Numeric/", "src/"}, {"zeblib2", "host/"}};
     for (const auto& [marker, prefix] : markers)
     {
         for (std::size_t at = path.rfind(marker); at != std::string::npos; at = at == 0 ? std::string::npos : path.rfind(marker, at - 1))

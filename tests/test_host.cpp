@@ -1,0 +1,134 @@
+#include "ExpectThrow.h"
+
+#include "zeblib2core/Throw.h"
+
+#include <thread>
+
+using namespace TOLX;
+
+TEST(HostString, ArgFillsTheLowestPlaceholderEverywhere)
+{
+    CString s("%2 then %1, again %1 and %3", ENCODING_UTF8);
+    s.Arg(int64{7}).Arg('x');
+    EXPECT_STREQ(s.c_str(), "x then 7, again 7 and %3");
+    s.Arg(CString("<%1>", ENCODING_UTF8)); // inserted text takes part in later calls
+    EXPECT_STREQ(s.c_str(), "x then 7, again 7 and <%1>");
+    s.Arg(-5);
+    EXPECT_STREQ(s.c_str(), "x then 7, again 7 and <-5>");
+    s.Arg(1); // nothing left to fill
+    EXPECT_STREQ(s.c_str(), "x then 7, again 7 and <-5>");
+
+    CString two("%10%1 %", ENCODING_UTF8); // "%10" is placeholder ten, a lone '%' is text
+    two.Arg(int64{1}).Arg(int64{2});
+    EXPECT_STREQ(two.c_str(), "21 %");
+}
+
+TEST(HostString, PrintfHasNoLengthLimit)
+{
+    EXPECT_EQ(CStringTools::Printf("%s %%0%ulu", "object", 2u), "object %02lu");
+    const std::string big(5000, 'a');
+    EXPECT_EQ(CStringTools::Printf("%s!", big.c_str()).size(), 5001u);
+    EXPECT_EQ(CStringTools::Printf("%s", ""), "");
+}
+
+TEST(HostThrow, LocationRecordsTheRepositoryRelativeFile)
+{
+    ExpectThrowAt([] { TOLX_THROW("TOLX::Test::Site", 42, "value %1 of %2", 3u, std::string("x")); }, "value 3 of x",
+                  "TOLX::Test::Site", "tests/test_host.cpp", 42);
+    EXPECT_EQ(Impl::RepoRelativePath("/abs/clone/src/Numeric/Matrix.cpp"), "src/Numeric/Matrix.cpp");
+    EXPECT_EQ(Impl::RepoRelativePath("/usr/include/VornNumeric/Numeric/Moment.h"), "src/Numeric/Moment.h");
+    EXPECT_EQ(Impl::RepoRelativePath("/opt/x/include/VornNumeric/zeblib2core/Value.h"), "host/zeblib2core/Value.h");
+    EXPECT_EQ(Impl::RepoRelativePath("/home/src/Numeric/clone/src/Numeric/Face.cpp"), "src/Numeric/Face.cpp");
+}
+
+TEST(HostValues, MapsKeepInsertionOrderOwnAndCopyDeeply)
+{
+    CValueMap map;
+    map.SetEntry("b", new CValueDouble(1.5));
+    map.SetEntry("a", new CValueLong(0x1'0000'0005L)); // keeps the low 32 bits
+    auto* vector = new CValueVector();
+    vector->SetEntry(0, new CValueDouble(1));
+    vector->PushBack(new CValueString("xyz", 2));
+    map.SetEntry("v", vector);
+    map.SetEntry("b", new CValueString("text", CString::NPOS)); // replaced in place
+
+    const auto keys = map.Keys();
+    ASSERT_EQ(keys.size(), 3u);
+    EXPECT_EQ(keys[0].ToString(), "b");
+    EXPECT_EQ(keys[1].ToString(), "a");
+    EXPECT_EQ(map.Entry("b")->String(), "text");
+    EXPECT_EQ(map.Entry("a")->Long(), 5);
+    EXPECT_EQ(map.Entry("v")->Vector().Entry(1)->String(), "xy");
+    EXPECT_EQ(map.Entry("v")->Vector().Keys()[1].ToString(), "1");
+    EXPECT_EQ(map.Entry("missing"), nullptr);
+
+    CValueMap copy(map);
+    EXPECT_TRUE(copy.Equal(map));
+    copy.SetEntry("a", new CValueLong(6));
+    EXPECT_FALSE(copy.Equal(map));
+    EXPECT_EQ(map.Entry("a")->Long(), 5);
+
+    std::unique_ptr<CValue> clone(map.Clone());
+    EXPECT_TRUE(clone->Equal(map));
+    EXPECT_EQ(clone->Type(), VALUE_MAP);
+
+    EXPECT_TRUE(map.RemoveEntry("a"));
+    EXPECT_FALSE(map.HasEntry("a"));
+    EXPECT_EQ(map.Size(), 2u);
+    map.Clear();
+    EXPECT_TRUE(map.IsEmpty());
+    EXPECT_FALSE(CValue_Key(0) == CValue_Key("0"));
+}
+
+TEST(HostValues, AskingForAnotherKindThrows)
+{
+    CValueDouble d(2.0);
+    EXPECT_THROW((void)d.Long(), CException);
+    EXPECT_THROW((void)d.Map(), CException);
+    CValueMap m;
+    EXPECT_THROW((void)m.Vector(), CException);
+    EXPECT_THROW(m.SetEntry("x", nullptr), CException);
+}
+
+TEST(HostImage, PixelsStridesAndTypes)
+{
+    CImage image(IMAGE_GREY_16, CSize(3, 2, 2));
+    EXPECT_EQ(image.Step().X(), 2);
+    EXPECT_EQ(image.Step().Y(), 6);
+    EXPECT_EQ(image.Step().Z(), 12);
+    image.SetPixel(2, 1, 1, 0x1'2345);
+    EXPECT_EQ(image.GetPixel(2, 1, 1), 0x2345u); // cut to the pixel width
+    EXPECT_EQ(image.Data()[12 + 6 + 4], 0x45);
+    EXPECT_EQ(image.GetPixel(0, 0, 0), 0u);
+    EXPECT_THROW(image.GetPixel(3, 0, 0), CException);
+    EXPECT_THROW(image.SetPixel(0, 0, -1, 1), CException);
+    EXPECT_TRUE(image.Type() == IMAGE_GREY_16);
+    EXPECT_TRUE(IMAGE_BINARY_FG != IMAGE_BINARY_BG);
+    EXPECT_EQ(IMAGE_BINARY_BG.ToString(), "BINARY_BG");
+    CImage copy(image);
+    copy.SetPixel(2, 1, 1, 1);
+    EXPECT_EQ(image.GetPixel(2, 1, 1), 0x2345u);
+}
+
+TEST(Random15, ClassicSequencePerThreadAndReseedable)
+{
+    // The first values of the classic generator from seed 1.
+    std::vector<int> first;
+    std::thread([&] {
+        for (int i = 0; i < 3; ++i)
+            first.push_back(Rand15());
+    }).join();
+    EXPECT_EQ(first, (std::vector<int>{16838, 5758, 10113}));
+
+    SeedRand15(1);
+    const int a = Rand15();
+    SeedRand15(1);
+    EXPECT_EQ(Rand15(), a);
+    EXPECT_EQ(a, 16838);
+    for (int i = 0; i < 1000; ++i)
+    {
+        const int r = Rand15();
+        ASSERT_GE(r, 0);
+        ASSERT_LE(r, RAND15_MAX);
+    }
+}
