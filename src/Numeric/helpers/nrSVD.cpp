@@ -1,0 +1,365 @@
+#include "Numeric/helpers/nrSVD.h"
+
+#include "zeblib2core/Throw.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+
+namespace TOLX
+{
+namespace
+{
+// sqrt(x^2 + y^2) scaled by the larger magnitude, so that neither the squares
+// overflow nor tiny components vanish.
+double Hypot(double x, double y)
+{
+    const double ax = std::fabs(x);
+    const double ay = std::fabs(y);
+    if (ax > ay)
+    {
+        const double r = ay / ax;
+        return ax * std::sqrt(1.0 + r * r);
+    }
+    if (ay == 0.0)
+        return 0.0;
+    const double r = ax / ay;
+    return ay * std::sqrt(1.0 + r * r);
+}
+
+// |magnitude| carrying the sign of signSource (zero counts as positive).
+double WithSignOf(double magnitude, double signSource)
+{
+    return signSource >= 0.0 ? std::fabs(magnitude) : -std::fabs(magnitude);
+}
+
+// Applies the plane rotation (c, s) to columns p and q of the 1-based rows
+// 1..rows of x: x_p' = x_p c + x_q s, x_q' = x_q c - x_p s.
+void RotateColumns(double** x, int rows, int p, int q, double c, double s)
+{
+    for (int r = 1; r <= rows; ++r)
+    {
+        const double xp = x[r][p];
+        const double xq = x[r][q];
+        x[r][p] = xp * c + xq * s;
+        x[r][q] = xq * c - xp * s;
+    }
+}
+
+// Householder reduction to upper bidiagonal form: diagonal into w,
+// superdiagonal into rv1[2..n] (rv1[1] stays 0). Each reflection is scaled by
+// the absolute sum of the part it reduces. Returns the largest
+// |w[i]| + |rv1[i]|, the yardstick for negligible elements.
+double Bidiagonalize(double** a, int m, int n, double* w, double* rv1)
+{
+    double g = 0.0;
+    double scale = 0.0;
+    double anorm = 0.0;
+    for (int i = 1; i <= n; ++i)
+    {
+        const int l = i + 1;
+        rv1[i] = scale * g;
+        g = 0.0;
+        scale = 0.0;
+        if (i <= m)
+        {
+            for (int k = i; k <= m; ++k)
+                scale += std::fabs(a[k][i]);
+            if (scale != 0.0)
+            {
+                double s = 0.0;
+                for (int k = i; k <= m; ++k)
+                {
+                    a[k][i] /= scale;
+                    s += a[k][i] * a[k][i];
+                }
+                const double f = a[i][i];
+                g = -WithSignOf(std::sqrt(s), f);
+                const double h = f * g - s;
+                a[i][i] = f - g;
+                for (int j = l; j <= n; ++j)
+                {
+                    double dot = 0.0;
+                    for (int k = i; k <= m; ++k)
+                        dot += a[k][i] * a[k][j];
+                    const double factor = dot / h;
+                    for (int k = i; k <= m; ++k)
+                        a[k][j] += factor * a[k][i];
+                }
+                for (int k = i; k <= m; ++k)
+                    a[k][i] *= scale;
+            }
+        }
+        w[i] = scale * g;
+        g = 0.0;
+        scale = 0.0;
+        if (i <= m && i != n)
+        {
+            for (int k = l; k <= n; ++k)
+                scale += std::fabs(a[i][k]);
+            if (scale != 0.0)
+            {
+                double s = 0.0;
+                for (int k = l; k <= n; ++k)
+                {
+                    a[i][k] /= scale;
+                    s += a[i][k] * a[i][k];
+                }
+                const double f = a[i][l];
+                g = -WithSignOf(std::sqrt(s), f);
+                const double h = f * g - s;
+                a[i][l] = f - g;
+                for (int k = l; k <= n; ++k)
+                    rv1[k] = a[i][k] / h;
+                for (int j = l; j <= m; ++j)
+                {
+                    double dot = 0.0;
+                    for (int k = l; k <= n; ++k)
+                        dot += a[j][k] * a[i][k];
+                    for (int k = l; k <= n; ++k)
+                        a[j][k] += dot * rv1[k];
+                }
+                for (int k = l; k <= n; ++k)
+                    a[i][k] *= scale;
+            }
+        }
+        anorm = std::max(anorm, std::fabs(w[i]) + std::fabs(rv1[i]));
+    }
+    return anorm;
+}
+
+// Builds V from the row reflections kept in the rows of a, last first.
+void AccumulateRight(double** a, int n, double** v, const double* rv1)
+{
+    for (int i = n; i >= 1; --i)
+    {
+        const int l = i + 1;
+        if (i < n)
+        {
+            const double g = rv1[l];
+            if (g != 0.0)
+            {
+                // Two divisions instead of one product avoid a possible underflow.
+                for (int j = l; j <= n; ++j)
+                    v[j][i] = (a[i][j] / a[i][l]) / g;
+                for (int j = l; j <= n; ++j)
+                {
+                    double dot = 0.0;
+                    for (int k = l; k <= n; ++k)
+                        dot += a[i][k] * v[k][j];
+                    for (int k = l; k <= n; ++k)
+                        v[k][j] += dot * v[k][i];
+                }
+            }
+            for (int j = l; j <= n; ++j)
+            {
+                v[i][j] = 0.0;
+                v[j][i] = 0.0;
+            }
+        }
+        v[i][i] = 1.0;
+    }
+}
+
+// Turns the column reflections kept in a into the first min(m, n) columns of
+// U, in place, last first.
+void AccumulateLeft(double** a, int m, int n, const double* w)
+{
+    for (int i = std::min(m, n); i >= 1; --i)
+    {
+        const int l = i + 1;
+        double g = w[i];
+        for (int j = l; j <= n; ++j)
+            a[i][j] = 0.0;
+        if (g != 0.0)
+        {
+            g = 1.0 / g;
+            for (int j = l; j <= n; ++j)
+            {
+                double dot = 0.0;
+                for (int k = l; k <= m; ++k)
+                    dot += a[k][i] * a[k][j];
+                const double f = (dot / a[i][i]) * g;
+                for (int k = i; k <= m; ++k)
+                    a[k][j] += f * a[k][i];
+            }
+            for (int j = i; j <= m; ++j)
+                a[j][i] *= g;
+        }
+        else
+        {
+            for (int j = i; j <= m; ++j)
+                a[j][i] = 0.0;
+        }
+        a[i][i] += 1.0;
+    }
+}
+
+// Where the bidiagonal block ending at row k starts: the largest l <= k whose
+// superdiagonal rv1[l] is negligible. When w[l-1] is negligible instead,
+// rv1[l] is zeroed by rotations against the rows above (applied to a).
+int SplitBlock(double** a, int m, int k, double* w, double* rv1, double anorm)
+{
+    // rv1[1] is zero by construction, so the search always ends at l = 1;
+    // stopping there explicitly also keeps NaN input inside the arrays.
+    int l = k;
+    bool cancel = false;
+    for (; l > 1; --l)
+    {
+        if (std::fabs(rv1[l]) + anorm == anorm)
+            break;
+        if (std::fabs(w[l - 1]) + anorm == anorm)
+        {
+            cancel = true;
+            break;
+        }
+    }
+    if (!cancel)
+        return l;
+
+    const int nm = l - 1;
+    double c = 0.0;
+    double s = 1.0;
+    for (int i = l; i <= k; ++i)
+    {
+        const double f = s * rv1[i];
+        rv1[i] = c * rv1[i];
+        if (std::fabs(f) + anorm == anorm)
+            break;
+        const double g = w[i];
+        const double h = Hypot(f, g);
+        w[i] = h;
+        const double inverse = 1.0 / h;
+        c = g * inverse;
+        s = -f * inverse;
+        RotateColumns(a, m, nm, i, c, s);
+    }
+    return l;
+}
+
+// One implicitly shifted QR sweep over the block l..k, the shift taken from
+// the bottom 2-by-2 minor; rotations are applied to v and a.
+void ShiftedSweep(double** a, int m, int n, double* w, double** v, double* rv1, int l, int k)
+{
+    double x = w[l];
+    const int nm = k - 1;
+    double y = w[nm];
+    double g = rv1[nm];
+    double h = rv1[k];
+    double z = w[k];
+    double f = ((y - z) * (y + z) + (g - h) * (g + h)) / (2.0 * h * y);
+    g = Hypot(f, 1.0);
+    f = ((x - z) * (x + z) + h * ((y / (f + WithSignOf(g, f))) - h)) / x;
+
+    double c = 1.0;
+    double s = 1.0;
+    for (int j = l; j <= nm; ++j)
+    {
+        const int i = j + 1;
+        g = rv1[i];
+        y = w[i];
+        h = s * g;
+        g = c * g;
+        z = Hypot(f, h);
+        rv1[j] = z;
+        c = f / z;
+        s = h / z;
+        f = x * c + g * s;
+        g = g * c - x * s;
+        h = y * s;
+        y *= c;
+        RotateColumns(v, n, j, i, c, s);
+        z = Hypot(f, h);
+        w[j] = z;
+        if (z != 0.0)
+        {
+            z = 1.0 / z;
+            c = f * z;
+            s = h * z;
+        }
+        f = c * g + s * y;
+        x = c * y - s * g;
+        RotateColumns(a, m, j, i, c, s);
+    }
+    rv1[l] = 0.0;
+    rv1[k] = f;
+    w[k] = x;
+}
+
+// Diagonalises the bidiagonal form, one singular value at a time from the
+// bottom. The counter starts at 1 and a value that has not converged when it
+// reaches 30 fails the decomposition: at most 29 sweeps per value.
+bool Diagonalize(double** a, int m, int n, double* w, double** v, double* rv1, double anorm)
+{
+    constexpr int maxIterations = 30;
+    for (int k = n; k >= 1; --k)
+    {
+        for (int iteration = 1;; ++iteration)
+        {
+            const int l = SplitBlock(a, m, k, w, rv1, anorm);
+            if (l == k)
+            {
+                // Converged; singular values are made non-negative.
+                if (w[k] < 0.0)
+                {
+                    w[k] = -w[k];
+                    for (int j = 1; j <= n; ++j)
+                        v[j][k] = -v[j][k];
+                }
+                break;
+            }
+            if (iteration == maxIterations)
+                return false;
+            ShiftedSweep(a, m, n, w, v, rv1, l, k);
+        }
+    }
+    return true;
+}
+} // namespace
+
+bool CNrSvd::svdcmp(double** a, int m, int n, double* w, double** v)
+{
+    // The hull decomposes one small matrix per facet: small work vectors live
+    // on the stack, larger ones come from the heap.
+    constexpr int stackValues = 32;
+    double onStack[stackValues] = {};
+    std::unique_ptr<double[]> onHeap;
+    double* rv1 = onStack;
+    if (n >= stackValues)
+    {
+        onHeap.reset(new (std::nothrow) double[static_cast<std::size_t>(n) + 1]);
+        if (!onHeap)
+            TOLX_THROW("CNrSvd::svdcmp", 60, "Memory allocation error.");
+        rv1 = onHeap.get();
+    }
+
+    const double anorm = Bidiagonalize(a, m, n, w, rv1);
+    AccumulateRight(a, n, v, rv1);
+    AccumulateLeft(a, m, n, w);
+    return Diagonalize(a, m, n, w, v, rv1, anorm);
+}
+
+void CSvdWorkspace::Prepare(int m, int n)
+{
+    // Row 0 and column 0 exist but are never read: the worker is 1-based.
+    const std::size_t aRows = static_cast<std::size_t>(m) + 1;
+    const std::size_t width = static_cast<std::size_t>(n) + 1;
+    const std::size_t values = aRows * width + width + width * width;
+    if (m_values.size() < values)
+        m_values.resize(values);
+    if (m_rowPointers.size() < aRows + width)
+        m_rowPointers.resize(aRows + width);
+
+    double* next = m_values.data();
+    for (std::size_t r = 0; r < aRows; ++r, next += width)
+        m_rowPointers[r] = next;
+    m_w = next;
+    next += width;
+    for (std::size_t r = 0; r < width; ++r, next += width)
+        m_rowPointers[aRows + r] = next;
+    m_aRows = aRows;
+    m_m = m;
+    m_n = n;
+}
+} // namespace TOLX

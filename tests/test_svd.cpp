@@ -1,0 +1,309 @@
+#include "VornNumeric.h"
+#include "Numeric/helpers/nrSVD.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <new>
+#include <random>
+#include <vector>
+
+using TOLX::CMatrix;
+using TOLX::CNumeric;
+
+namespace
+{
+// Lets a test make the worker's own work-vector allocation fail.
+bool failNothrowArrayNew = false;
+} // namespace
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    if (failNothrowArrayNew)
+        return nullptr;
+    try
+    {
+        return ::operator new[](size);
+    }
+    catch (...)
+    {
+        return nullptr;
+    }
+}
+
+namespace
+{
+template <class T>
+CMatrix<T> FromRows(const std::vector<std::vector<double>>& rows)
+{
+    CMatrix<T> m(rows.size(), rows.empty() ? 0 : rows[0].size());
+    for (std::size_t i = 0; i < m.Rows(); ++i)
+        for (std::size_t j = 0; j < m.Cols(); ++j)
+            m(i, j) = static_cast<T>(rows[i][j]);
+    return m;
+}
+
+CMatrix<double> Random(std::size_t rows, std::size_t cols, unsigned seed)
+{
+    std::mt19937 engine(seed);
+    std::uniform_real_distribution<double> value(-1.0, 1.0);
+    CMatrix<double> m(rows, cols);
+    for (std::size_t i = 0; i < rows; ++i)
+        for (std::size_t j = 0; j < cols; ++j)
+            m(i, j) = value(engine);
+    return m;
+}
+
+struct Decomposition
+{
+    CMatrix<double> U, S, V;
+};
+
+Decomposition Decompose(const CMatrix<double>& A, bool sort)
+{
+    Decomposition d{CMatrix<double>(A.Rows(), A.Cols()), CMatrix<double>(A.Cols(), 1),
+                    CMatrix<double>(A.Cols(), A.Cols())};
+    EXPECT_TRUE(CNumeric::Svd(A, d.U, d.S, d.V, sort));
+    return d;
+}
+
+// A = U diag(S) V^T, S non-negative, V orthogonal, and the columns of U that
+// carry a non-zero singular value orthonormal: together these pin down an SVD.
+void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tolerance)
+{
+    const std::size_t m = A.Rows(), n = A.Cols();
+    for (std::size_t i = 0; i < m; ++i)
+        for (std::size_t j = 0; j < n; ++j)
+        {
+            double sum = 0.0;
+            for (std::size_t k = 0; k < n; ++k)
+                sum += d.U(i, k) * d.S(k, 0) * d.V(j, k);
+            EXPECT_NEAR(sum, A(i, j), tolerance) << "element " << i << "," << j;
+        }
+    for (std::size_t k = 0; k < n; ++k)
+        EXPECT_GE(d.S(k, 0), 0.0);
+    for (std::size_t p = 0; p < n; ++p)
+        for (std::size_t q = 0; q < n; ++q)
+        {
+            double vv = 0.0, uu = 0.0;
+            for (std::size_t k = 0; k < n; ++k)
+                vv += d.V(k, p) * d.V(k, q);
+            for (std::size_t k = 0; k < m; ++k)
+                uu += d.U(k, p) * d.U(k, q);
+            EXPECT_NEAR(vv, p == q ? 1.0 : 0.0, tolerance);
+            if (d.S(p, 0) > tolerance && d.S(q, 0) > tolerance)
+            {
+                EXPECT_NEAR(uu, p == q ? 1.0 : 0.0, tolerance);
+            }
+        }
+}
+} // namespace
+
+TEST(Svd, DecomposesSquareTallWideAndRankDeficientMatrices)
+{
+    // Rank 2: the third row is the sum of the first two, the fourth is zero.
+    const CMatrix<double> deficient =
+        FromRows<double>({{1, 2, 3, 4}, {-2, 0.5, 1, 0}, {-1, 2.5, 4, 4}, {0, 0, 0, 0}});
+    const CMatrix<double> inputs[] = {Random(4, 4, 1), Random(7, 3, 2), Random(1, 3, 3),
+                                      Random(3, 6, 4), deficient,       Random(40, 35, 5)};
+    for (const CMatrix<double>& A : inputs)
+        for (bool sort : {false, true})
+        {
+            SCOPED_TRACE(testing::Message() << A.Rows() << "x" << A.Cols() << " sort=" << sort);
+            ExpectValidSvd(A, Decompose(A, sort), 1e-12);
+        }
+}
+
+TEST(Svd, SingularValuesMatchClosedForm)
+{
+    // A^T A = [[25, 20], [20, 25]] has eigenvalues 45 and 5.
+    const Decomposition d = Decompose(FromRows<double>({{3, 0}, {4, 5}}), true);
+    EXPECT_NEAR(d.S(0, 0), 3.0 * std::sqrt(5.0), 1e-14);
+    EXPECT_NEAR(d.S(1, 0), std::sqrt(5.0), 1e-14);
+    // A single row's only singular value is its length.
+    const Decomposition row = Decompose(FromRows<double>({{1, 2, 2}}), true);
+    EXPECT_NEAR(row.S(0, 0), 3.0, 1e-14);
+    EXPECT_NEAR(std::fabs(row.U(0, 0)), 1.0, 1e-14);
+}
+
+TEST(Svd, SortOrdersDescendingAndStablyAndMovesColumns)
+{
+    const CMatrix<double> A = FromRows<double>({{1, 0, 0}, {0, 3, 0}, {0, 0, 2}});
+    // Already diagonal: every value converges in place, so unsorted output
+    // keeps the diagonal's order.
+    const Decomposition unsorted = Decompose(A, false);
+    const double unsortedValues[] = {1, 3, 2};
+    for (int j = 0; j < 3; ++j)
+        EXPECT_DOUBLE_EQ(unsorted.S(j, 0), unsortedValues[j]);
+
+    const Decomposition sorted = Decompose(A, true);
+    const double values[] = {3, 2, 1};
+    const int sourceAxis[] = {1, 2, 0};
+    for (int j = 0; j < 3; ++j)
+    {
+        EXPECT_DOUBLE_EQ(sorted.S(j, 0), values[j]);
+        EXPECT_DOUBLE_EQ(sorted.U(sourceAxis[j], j) * sorted.V(sourceAxis[j], j), 1.0) << j;
+    }
+
+    // Equal values keep the worker's order: the 2 from column 0 stays first.
+    const Decomposition ties = Decompose(FromRows<double>({{2, 0, 0}, {0, 5, 0}, {0, 0, 2}}), true);
+    EXPECT_DOUBLE_EQ(std::fabs(ties.U(1, 0)), 1.0);
+    EXPECT_DOUBLE_EQ(std::fabs(ties.U(0, 1)), 1.0);
+    EXPECT_DOUBLE_EQ(std::fabs(ties.U(2, 2)), 1.0);
+}
+
+TEST(Svd, FloatDecomposesAndSaturatesWhenWritingBack)
+{
+    CMatrix<float> A = FromRows<float>({{3, 0}, {4, 5}});
+    CMatrix<float> U(2, 2), S(2, 1), V(2, 2);
+    ASSERT_TRUE(CNumeric::Svd(A, U, S, V, true));
+    EXPECT_NEAR(S(0, 0), 3.0 * std::sqrt(5.0), 1e-5);
+    EXPECT_NEAR(S(1, 0), std::sqrt(5.0), 1e-5);
+
+    // The largest singular value 2 * FLT_MAX is representable only in double.
+    const float big = std::numeric_limits<float>::max();
+    A = FromRows<float>({{big, big}, {big, big}});
+    ASSERT_TRUE(CNumeric::Svd(A, U, S, V, true));
+    EXPECT_EQ(S(0, 0), big);
+    EXPECT_NEAR(std::fabs(U(0, 0)), std::sqrt(0.5), 1e-6);
+
+    using TOLX::Impl::NarrowResult;
+    const double inf = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(NarrowResult<float>(3.5e38), big);
+    EXPECT_EQ(NarrowResult<float>(-1e300), std::numeric_limits<float>::lowest());
+    EXPECT_EQ(NarrowResult<float>(3.4028234663852886e38), big);
+    EXPECT_EQ(NarrowResult<float>(inf), std::numeric_limits<float>::infinity());
+    EXPECT_EQ(NarrowResult<float>(-inf), -std::numeric_limits<float>::infinity());
+    EXPECT_TRUE(std::isnan(NarrowResult<float>(std::nan(""))));
+    EXPECT_EQ(NarrowResult<float>(0.1), 0.1f);
+    EXPECT_EQ(NarrowResult<double>(1e300), 1e300);
+}
+
+TEST(Svd, OutputsAreWrittenInPlaceAndNeverReshaped)
+{
+    const CMatrix<double> A = Random(3, 3, 6);
+    const Decomposition reference = Decompose(A, false);
+
+    // Larger outputs: the extra row and column keep their values.
+    CMatrix<double> U(4, 4), S(3, 2), V(4, 4);
+    U += 7.0;
+    S += 7.0;
+    V += 7.0;
+    ASSERT_TRUE(CNumeric::Svd(A, U, S, V, false));
+    for (std::size_t k = 0; k < 4; ++k)
+    {
+        EXPECT_EQ(U(3, k), 7.0);
+        EXPECT_EQ(U(k, 3), 7.0);
+        EXPECT_EQ(V(k, 3), 7.0);
+    }
+    EXPECT_EQ(S(2, 1), 7.0);
+    EXPECT_EQ(S(2, 0), reference.S(2, 0));
+
+    // Too few rows in U: the first two rows are written, then the write
+    // accessor reports the third.
+    CMatrix<double> small(2, 3);
+    try
+    {
+        CNumeric::Svd(A, small, S, V, false);
+        FAIL() << "expected CException";
+    }
+    catch (const TOLX::CException& e)
+    {
+        EXPECT_STREQ(e.what(), "Index exceeds matrix bounds.Tried to access index (2,0) but Matrix size is 2-by-3");
+        EXPECT_EQ(e.Location().function, "TOLX::CMatrix<double>::operator ()");
+        EXPECT_EQ(e.Location().line, 91);
+        EXPECT_EQ(e.Location().file, "src/Numeric/Matrix.cpp");
+    }
+    for (std::size_t i = 0; i < 2; ++i)
+        for (std::size_t j = 0; j < 3; ++j)
+            EXPECT_EQ(small(i, j), reference.U(i, j));
+}
+
+TEST(Svd, WorkspaceReuseGivesIdenticalResults)
+{
+    TOLX::CSvdWorkspace work;
+    const CMatrix<double> big = Random(6, 5, 7), A = Random(3, 4, 8);
+    CMatrix<double> U(6, 5), S(5, 1), V(5, 5);
+    ASSERT_TRUE(CNumeric::Svd(big, U, S, V, true, work));
+
+    CMatrix<double> U2(3, 4), S2(4, 1), V2(4, 4);
+    ASSERT_TRUE(CNumeric::Svd(A, U2, S2, V2, true, work));
+    const Decomposition fresh = Decompose(A, true);
+    EXPECT_TRUE(U2 == fresh.U);
+    EXPECT_TRUE(S2 == fresh.S);
+    EXPECT_TRUE(V2 == fresh.V);
+}
+
+TEST(Rank, CountsValuesStrictlyAboveAbsoluteTolerance)
+{
+    const CMatrix<double> identity = FromRows<double>({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
+    EXPECT_EQ(CNumeric::Rank(identity, 0), 3);
+    EXPECT_EQ(CNumeric::Rank(identity, 1), 0);
+    EXPECT_EQ(CNumeric::Rank(identity, 0.999), 3);
+
+    const CMatrix<double> zero(2, 2);
+    EXPECT_EQ(CNumeric::Rank(zero, 0), 0);
+    EXPECT_EQ(CNumeric::Rank(zero, -1), 2);
+
+    // The tolerance is not scaled: values of 1e-3 and 1e3 against 1.
+    EXPECT_EQ(CNumeric::Rank(FromRows<double>({{1e-3, 0}, {0, 1e3}}), 1.0), 1);
+    EXPECT_EQ(CNumeric::Rank(FromRows<double>({{1, 2, 3, 4}, {2, 4, 6, 8}, {0, 1, 0, 1}}), 1e-9), 2);
+    // One row: one non-zero singular value (the others are zero up to rounding).
+    EXPECT_EQ(CNumeric::Rank(FromRows<double>({{1, 2, 2}}), 1e-12), 1);
+    EXPECT_EQ(CNumeric::Rank(FromRows<float>({{1, 0}, {0, 0.5}}), 0.5f), 1);
+}
+
+TEST(Svd, NanInputFailsOrPropagatesWithoutHanging)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    // With two columns the NaN superdiagonal never becomes negligible: the
+    // iteration limit ends the decomposition and nothing is written.
+    const CMatrix<double> A = FromRows<double>({{nan, nan}, {nan, nan}});
+    CMatrix<double> U(2, 2), S(2, 1), V(2, 2);
+    U += 7.0;
+    S += 7.0;
+    V += 7.0;
+    EXPECT_FALSE(CNumeric::Svd(A, U, S, V, true));
+    for (std::size_t i = 0; i < 2; ++i)
+    {
+        EXPECT_EQ(S(i, 0), 7.0);
+        for (std::size_t j = 0; j < 2; ++j)
+            EXPECT_TRUE(U(i, j) == 7.0 && V(i, j) == 7.0);
+    }
+    EXPECT_EQ(CNumeric::Rank(A, 0), -1);
+
+    // A single column has no superdiagonal: the NaN value is returned and
+    // counts towards the rank.
+    const CMatrix<double> single = FromRows<double>({{nan}, {1}});
+    EXPECT_EQ(CNumeric::Rank(single, 0), 1);
+    EXPECT_EQ(CNumeric::Rank(single, 1e300), 1);
+}
+
+TEST(Svd, WorkVectorAllocationFailureThrows)
+{
+    // Wide enough that the work vector does not fit the stack buffer.
+    const int m = 2, n = 40;
+    TOLX::CSvdWorkspace work;
+    work.Prepare(m, n);
+    for (int i = 1; i <= m; ++i)
+        for (int j = 1; j <= n; ++j)
+            work.A()[i][j] = i + j;
+
+    failNothrowArrayNew = true;
+    try
+    {
+        TOLX::CNrSvd::svdcmp(work.A(), m, n, work.W(), work.V());
+        failNothrowArrayNew = false;
+        FAIL() << "expected CException";
+    }
+    catch (const TOLX::CException& e)
+    {
+        failNothrowArrayNew = false;
+        EXPECT_STREQ(e.what(), "Memory allocation error.");
+        EXPECT_EQ(e.Location().function, "CNrSvd::svdcmp");
+        EXPECT_EQ(e.Location().line, 60);
+        EXPECT_EQ(e.Location().file, "src/Numeric/helpers/nrSVD.cpp");
+    }
+    EXPECT_TRUE(work.Decompose());
+}
