@@ -1,0 +1,162 @@
+#pragma once
+
+// TIFF files for the vorn tool's tests, written and read with libtiff directly
+// so that the tool's own reader and writer are checked against an independent
+// use of the library.
+
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace vorntest
+{
+struct RawPage
+{
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint16_t bits = 8;
+    std::uint16_t samples = 1;
+    std::uint16_t format = SAMPLEFORMAT_UINT;
+    std::uint16_t compression = COMPRESSION_NONE;
+    std::uint32_t rowsPerStrip = 1;
+    std::uint32_t tile = 0; // tile edge; 0 for strips
+    std::vector<std::uint8_t> bytes;
+
+    std::size_t RowBytes() const { return (std::size_t{width} * samples * bits + 7) / 8; }
+};
+
+// A single-channel page whose pixel (x, y) is value(x, y), in the width of T.
+template <class T>
+RawPage MakePage(std::uint32_t width, std::uint32_t height, const std::function<std::uint64_t(int, int)>& value)
+{
+    RawPage page;
+    page.width = width;
+    page.height = height;
+    page.bits = 8 * sizeof(T);
+    page.bytes.resize(std::size_t{width} * height * sizeof(T));
+    for (std::uint32_t y = 0; y < height; ++y)
+        for (std::uint32_t x = 0; x < width; ++x)
+        {
+            const T v = static_cast<T>(value(int(x), int(y)));
+            std::memcpy(page.bytes.data() + (std::size_t{y} * width + x) * sizeof(T), &v, sizeof v);
+        }
+    return page;
+}
+
+inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pages)
+{
+    TIFF* tif = TIFFOpen(path.c_str(), "w");
+    if (!tif)
+        return false;
+    bool ok = true;
+    for (const RawPage& page : pages)
+    {
+        TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, page.width);
+        TIFFSetField(tif, TIFFTAG_IMAGELENGTH, page.height);
+        TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, page.bits);
+        TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, page.samples);
+        TIFFSetField(tif, TIFFTAG_SAMPLEFORMAT, page.format);
+        TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, page.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+        TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+        TIFFSetField(tif, TIFFTAG_COMPRESSION, page.compression);
+        const std::size_t rowBytes = page.RowBytes();
+        if (page.tile)
+        {
+            TIFFSetField(tif, TIFFTAG_TILEWIDTH, page.tile);
+            TIFFSetField(tif, TIFFTAG_TILELENGTH, page.tile);
+            const std::size_t pixelBytes = page.bits / 8;
+            std::vector<std::uint8_t> tile(std::size_t{page.tile} * page.tile * pixelBytes);
+            for (std::uint32_t y0 = 0; y0 < page.height; y0 += page.tile)
+                for (std::uint32_t x0 = 0; x0 < page.width; x0 += page.tile)
+                {
+                    std::fill(tile.begin(), tile.end(), 0);
+                    for (std::uint32_t r = 0; r < page.tile && y0 + r < page.height; ++r)
+                        for (std::uint32_t c = 0; c < page.tile && x0 + c < page.width; ++c)
+                            std::memcpy(tile.data() + (std::size_t{r} * page.tile + c) * pixelBytes,
+                                        page.bytes.data() + (y0 + r) * rowBytes + (x0 + c) * pixelBytes, pixelBytes);
+                    ok = ok && TIFFWriteTile(tif, tile.data(), x0, y0, 0, 0) >= 0;
+                }
+        }
+        else
+        {
+            TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, page.rowsPerStrip);
+            std::vector<std::uint8_t> row(rowBytes);
+            for (std::uint32_t y = 0; y < page.height; ++y)
+            {
+                std::memcpy(row.data(), page.bytes.data() + y * rowBytes, rowBytes);
+                ok = ok && TIFFWriteScanline(tif, row.data(), y, 0) >= 0;
+            }
+        }
+        ok = ok && TIFFWriteDirectory(tif);
+    }
+    TIFFClose(tif);
+    return ok;
+}
+
+// Every page of a stripped single-channel file, read scanline by scanline.
+inline std::vector<RawPage> ReadRawTiff(const std::string& path)
+{
+    std::vector<RawPage> pages;
+    TIFF* tif = TIFFOpen(path.c_str(), "r");
+    if (!tif)
+        return pages;
+    do
+    {
+        RawPage page;
+        TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &page.width);
+        TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &page.height);
+        TIFFGetFieldDefaulted(tif, TIFFTAG_BITSPERSAMPLE, &page.bits);
+        TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLESPERPIXEL, &page.samples);
+        TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLEFORMAT, &page.format);
+        page.bytes.resize(page.RowBytes() * page.height);
+        for (std::uint32_t y = 0; y < page.height; ++y)
+            TIFFReadScanline(tif, page.bytes.data() + y * page.RowBytes(), y, 0);
+        pages.push_back(std::move(page));
+    } while (TIFFReadDirectory(tif));
+    TIFFClose(tif);
+    return pages;
+}
+
+// Runs `action` with standard error sent to a file and returns what it wrote.
+inline std::string CaptureStandardError(const std::function<void()>& action)
+{
+    std::fflush(stderr);
+    char name[] = "/tmp/vorn-stderr-XXXXXX";
+    const int file = mkstemp(name);
+    const int saved = dup(2);
+    dup2(file, 2);
+    const auto restore = [&] {
+        std::fflush(stderr);
+        dup2(saved, 2);
+        close(saved);
+    };
+    try
+    {
+        action();
+    }
+    catch (...)
+    {
+        restore();
+        close(file);
+        unlink(name);
+        throw;
+    }
+    restore();
+    std::string text;
+    char buffer[256];
+    lseek(file, 0, SEEK_SET);
+    for (ssize_t n; (n = read(file, buffer, sizeof buffer)) > 0;)
+        text.append(buffer, std::size_t(n));
+    close(file);
+    unlink(name);
+    return text;
+}
+} // namespace vorntest

@@ -1,0 +1,261 @@
+// The vorn tool's TIFF reader and writer, checked against files written and
+// read with libtiff directly.
+
+#include "Progress.h"
+#include "TiffIO.h"
+#include "ToolError.h"
+#include "VornTiffFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using vorntest::RawPage;
+
+namespace
+{
+class VornTiff : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/vorn-tiff-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+    }
+    void TearDown() override { std::filesystem::remove_all(m_dir); }
+
+    std::string Path(const std::string& name) const { return m_dir + "/" + name; }
+
+    TOLX::CImage Read(const std::string& path) { return vorn::ReadTiff(path, m_progress); }
+
+    // The message of the CToolError that reading `path` throws, and what was
+    // written to standard error meanwhile (libtiff must stay silent).
+    std::pair<std::string, std::string> ReadFailure(const std::string& path)
+    {
+        std::string message = "no error";
+        const std::string printed = vorntest::CaptureStandardError([&] {
+            try
+            {
+                Read(path);
+            }
+            catch (const vorn::CToolError& error)
+            {
+                message = error.what();
+            }
+        });
+        return {message, printed};
+    }
+
+    std::string m_dir;
+    vorn::CProgress m_progress{stderr, false, std::chrono::milliseconds(0)};
+};
+
+// A pixel value that uses the whole width of the type and differs between
+// neighbours, rows and pages.
+std::uint64_t Pattern(int x, int y, int z, int bits)
+{
+    const std::uint64_t v = std::uint64_t(x) * 2654435761u + std::uint64_t(y) * 40503u + std::uint64_t(z) * 977u + 3;
+    return bits == 32 ? v & 0xffffffffu : v & ((std::uint64_t{1} << bits) - 1);
+}
+
+template <class T>
+std::vector<RawPage> PatternPages(std::uint32_t width, std::uint32_t height, int depth)
+{
+    std::vector<RawPage> pages;
+    for (int z = 0; z < depth; ++z)
+        pages.push_back(vorntest::MakePage<T>(width, height, [z](int x, int y) { return Pattern(x, y, z, 8 * sizeof(T)); }));
+    return pages;
+}
+
+void ExpectPattern(const TOLX::CImage& image, int width, int height, int depth, int bits)
+{
+    ASSERT_EQ(image.Width(), width);
+    ASSERT_EQ(image.Height(), height);
+    ASSERT_EQ(image.Depth(), depth);
+    int wrong = 0;
+    for (int z = 0; z < depth; ++z)
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x)
+                wrong += image.GetPixel(x, y, z) != Pattern(x, y, z, bits);
+    EXPECT_EQ(wrong, 0);
+}
+
+// Points the first strip of a little-endian classic TIFF's first page at
+// `offset`, as a damaged file might.
+void MoveFirstStrip(const std::string& path, std::uint32_t offset)
+{
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    std::uint32_t directory = 0;
+    file.seekg(4);
+    file.read(reinterpret_cast<char*>(&directory), 4);
+    std::uint16_t entries = 0;
+    file.seekg(directory);
+    file.read(reinterpret_cast<char*>(&entries), 2);
+    for (std::uint16_t i = 0; i < entries; ++i)
+    {
+        const std::streamoff entry = directory + 2 + 12 * i;
+        std::uint16_t tag = 0;
+        file.seekg(entry);
+        file.read(reinterpret_cast<char*>(&tag), 2);
+        if (tag == TIFFTAG_STRIPOFFSETS)
+        {
+            file.seekp(entry + 8);
+            file.write(reinterpret_cast<const char*>(&offset), 4);
+        }
+    }
+}
+} // namespace
+
+TEST_F(VornTiff, ReadsEachPixelTypeAsPageOrStack)
+{
+    struct Case
+    {
+        int bits;
+        int depth;
+        const TOLX::IImage::CType& type;
+    };
+    const Case cases[] = {{8, 1, TOLX::IMAGE_GREY_8},  {16, 1, TOLX::IMAGE_GREY_16}, {32, 1, TOLX::IMAGE_GREY_32},
+                          {8, 5, TOLX::IMAGE_GREY_8},  {16, 5, TOLX::IMAGE_GREY_16}, {32, 5, TOLX::IMAGE_GREY_32}};
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(std::to_string(c.bits) + "-bit, " + std::to_string(c.depth) + " pages");
+        std::vector<RawPage> pages = c.bits == 8    ? PatternPages<std::uint8_t>(13, 7, c.depth)
+                                     : c.bits == 16 ? PatternPages<std::uint16_t>(13, 7, c.depth)
+                                                    : PatternPages<std::uint32_t>(13, 7, c.depth);
+        for (RawPage& page : pages)
+            page.rowsPerStrip = 3; // the last strip is short
+        const std::string path = Path("p.tif");
+        ASSERT_TRUE(vorntest::WriteRawTiff(path, pages));
+        const TOLX::CImage image = Read(path);
+        EXPECT_TRUE(image.Type() == c.type);
+        ExpectPattern(image, 13, 7, c.depth, c.bits);
+    }
+}
+
+TEST_F(VornTiff, ReadsTiledAndCompressedPages)
+{
+    std::vector<RawPage> tiled = PatternPages<std::uint16_t>(40, 20, 2); // partial tiles at both edges
+    for (RawPage& page : tiled)
+        page.tile = 16;
+    ASSERT_TRUE(vorntest::WriteRawTiff(Path("tiled.tif"), tiled));
+    ExpectPattern(Read(Path("tiled.tif")), 40, 20, 2, 16);
+
+    std::vector<RawPage> packed = PatternPages<std::uint32_t>(33, 9, 3);
+    for (RawPage& page : packed)
+    {
+        page.compression = COMPRESSION_LZW;
+        page.rowsPerStrip = 4;
+    }
+    ASSERT_TRUE(vorntest::WriteRawTiff(Path("lzw.tif"), packed));
+    ExpectPattern(Read(Path("lzw.tif")), 33, 9, 3, 32);
+}
+
+TEST_F(VornTiff, WritesPagesThatLibtiffReadsBack)
+{
+    const TOLX::IImage::CType* types[] = {&TOLX::IMAGE_GREY_8, &TOLX::IMAGE_GREY_16, &TOLX::IMAGE_GREY_32};
+    for (const TOLX::IImage::CType* type : types)
+        for (const int depth : {1, 4})
+        {
+            const int bits = 8 * type->BytesPerPixel();
+            SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(depth) + " pages");
+            TOLX::CImage image(*type, TOLX::CSize(11, 300, depth)); // several strips per page
+            for (int z = 0; z < depth; ++z)
+                for (int y = 0; y < 300; ++y)
+                    for (int x = 0; x < 11; ++x)
+                        image.SetPixel(x, y, z, Pattern(x, y, z, bits));
+            const std::string path = Path("w.tif");
+            vorn::WriteTiff(path, image, m_progress);
+
+            const std::vector<RawPage> pages = vorntest::ReadRawTiff(path);
+            ASSERT_EQ(pages.size(), std::size_t(depth));
+            for (int z = 0; z < depth; ++z)
+            {
+                const RawPage& page = pages[std::size_t(z)];
+                EXPECT_EQ(page.width, 11u);
+                EXPECT_EQ(page.height, 300u);
+                EXPECT_EQ(page.bits, bits);
+                EXPECT_EQ(page.samples, 1);
+                EXPECT_EQ(page.format, SAMPLEFORMAT_UINT);
+                const std::vector<RawPage> expected =
+                    bits == 8    ? PatternPages<std::uint8_t>(11, 300, depth)
+                    : bits == 16 ? PatternPages<std::uint16_t>(11, 300, depth)
+                                 : PatternPages<std::uint32_t>(11, 300, depth);
+                EXPECT_TRUE(page.bytes == expected[std::size_t(z)].bytes) << "page " << z;
+            }
+        }
+}
+
+TEST_F(VornTiff, RefusesWhatIsNoLabelImageInOneQuietLine)
+{
+    const std::string wanted = "; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel";
+
+    RawPage grey = vorntest::MakePage<std::uint8_t>(6, 4, [](int x, int) { return x; });
+    RawPage floats = vorntest::MakePage<std::uint32_t>(6, 4, [](int, int) { return 0x3f800000u; });
+    floats.format = SAMPLEFORMAT_IEEEFP;
+    RawPage rgb = grey;
+    rgb.samples = 3;
+    rgb.bytes.resize(rgb.bytes.size() * 3);
+    RawPage signedPixels = vorntest::MakePage<std::uint16_t>(6, 4, [](int, int) { return 1; });
+    signedPixels.format = SAMPLEFORMAT_INT;
+    RawPage bilevel = grey;
+    bilevel.bits = 1;
+    bilevel.bytes.assign(4, 0x80);
+    RawPage wider = vorntest::MakePage<std::uint8_t>(7, 4, [](int, int) { return 1; });
+    RawPage deeper = vorntest::MakePage<std::uint16_t>(6, 4, [](int, int) { return 1; });
+
+    const std::pair<std::vector<RawPage>, std::string> cases[] = {
+        {{floats}, "page 1 has floating-point pixels" + wanted},
+        {{rgb}, "page 1 has 3 samples per pixel (RGB or colour)" + wanted},
+        {{signedPixels}, "page 1 has signed or complex pixels" + wanted},
+        {{bilevel}, "page 1 has 1-bit pixels" + wanted},
+        {{grey, grey, wider}, "page 3 is 7x4, page 1 is 6x4; all pages of a stack must have one size"},
+        {{grey, deeper}, "page 2 has 16-bit pixels, page 1 has 8-bit pixels; all pages of a stack must have one pixel type"},
+    };
+    for (const auto& c : cases)
+    {
+        const std::string path = Path("bad.tif");
+        ASSERT_TRUE(vorntest::WriteRawTiff(path, c.first));
+        EXPECT_EQ(ReadFailure(path), std::make_pair(path + ": " + c.second, std::string()));
+    }
+}
+
+TEST_F(VornTiff, UnreadableFilesFailInOneQuietLine)
+{
+    const std::string missing = Path("missing.tif");
+    EXPECT_EQ(ReadFailure(missing), std::make_pair(missing + ": cannot open: No such file or directory", std::string()));
+
+    const std::string text = Path("text.tif");
+    std::ofstream(text) << "this is not an image\n";
+    const auto [notTiff, notTiffPrinted] = ReadFailure(text);
+    EXPECT_EQ(notTiff.rfind(text + ": not a readable TIFF file", 0), 0u) << notTiff;
+    EXPECT_EQ(notTiffPrinted, "");
+
+    // A two-page file cut in its second page, then pixels that lie beyond the
+    // end of the file, then a file cut inside its header.
+    const std::string cut = Path("cut.tif");
+    ASSERT_TRUE(vorntest::WriteRawTiff(cut, PatternPages<std::uint16_t>(64, 64, 2)));
+    std::filesystem::resize_file(cut, std::filesystem::file_size(cut) - 4000);
+    const std::string stray = Path("stray.tif");
+    std::vector<RawPage> onePage = PatternPages<std::uint8_t>(64, 64, 1);
+    onePage[0].rowsPerStrip = 64;
+    ASSERT_TRUE(vorntest::WriteRawTiff(stray, onePage));
+    MoveFirstStrip(stray, static_cast<std::uint32_t>(std::filesystem::file_size(stray)) - 100);
+    const std::string header = Path("header.tif");
+    ASSERT_TRUE(vorntest::WriteRawTiff(header, onePage));
+    std::filesystem::resize_file(header, 6);
+
+    const std::pair<std::string, std::string> cases[] = {
+        {cut, cut + ": page 2 cannot be read: the file is truncated or corrupt"},
+        {stray, stray + ": page 1 cannot be read: the file is truncated or corrupt"},
+        {header, header + ": not a readable TIFF file"},
+    };
+    for (const auto& c : cases)
+    {
+        const auto [message, printed] = ReadFailure(c.first);
+        EXPECT_EQ(message.rfind(c.second, 0), 0u) << message;
+        EXPECT_EQ(message.find('\n'), std::string::npos) << message;
+        EXPECT_EQ(printed, "");
+    }
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "zeblib2core/Types.h"
+#include "zeblib2core/Value.h"
+#include "zeblib2image/Image.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vorn
+{
+class CProgress;
+
+// The smallest box, inclusive in every coordinate, that holds an object.
+struct LabelBox
+{
+    int xmin, ymin, zmin, xmax, ymax, zmax;
+};
+
+// What the hull of one object gave, or why there is none.
+struct HullReport
+{
+    bool available = false;
+    std::string problem;           // why not available
+    std::size_t facets = 0;        // distinct facet planes
+    std::size_t vertices = 0;      // distinct hull vertices
+    std::int64_t paintedPixels = 0; // pixels whose centre lies in the hull
+};
+
+struct ObjectReport
+{
+    std::int64_t label = 0;
+    std::int64_t pixels = 0;
+    LabelBox box{};
+    TOLX::CTriple<double> centre;
+    // The eigenvalues of the object's tensor, largest first, one per dimension.
+    std::vector<double> principalMoments;
+    // The unit direction in which the object extends most.
+    TOLX::CTriple<double> mainAxis;
+    // Meaningful in 2-D only.
+    double excentricity = 0;
+    HullReport hull;
+    // The object's moment results as the host sees them.
+    TOLX::CValueMap moments;
+
+    // Pixels ÷ pixels painted by the hull; NaN without a hull.
+    double Solidity() const;
+};
+
+struct AnalysisReport
+{
+    int dimension = 0; // 2 for a single page, 3 for a stack
+    int width = 0, height = 0, depth = 0;
+    int bitsPerPixel = 0;
+    std::int64_t labels = 0; // largest label + 1
+    std::vector<ObjectReport> objects; // ascending labels, only labels with pixels
+};
+
+// Analyses every non-zero label of an 8-, 16- or 32-bit label image: moments of
+// all labels in one pass, then one hull per object. With paintInto (an image of
+// the same type and size) every object's hull is painted there in its label,
+// in ascending label order.
+AnalysisReport Analyze(const TOLX::CImage& image, CProgress& progress, TOLX::CImage* paintInto = nullptr);
+
+// The most labels an image may use; each takes a moment accumulator.
+constexpr std::int64_t MAX_LABELS = std::int64_t{1} << 24;
+} // namespace vorn
