@@ -1,0 +1,510 @@
+#include "Numeric/ConvexHullComputer.h"
+
+#include "Numeric/Numeric.h"
+#include "Numeric/Random.h"
+#include "Numeric/helpers/HullPrint.h"
+#include "zeblib2core/Throw.h"
+
+#include <cmath>
+#include <cstdint>
+#include <iostream>
+#include <unordered_set>
+#include <utility>
+
+namespace TOLX
+{
+namespace
+{
+const char* const kStartPoints = "TOLX::CConvexHullComputer::getStartPoints";
+const char* const kHorizon = "TOLX::CConvexHullComputer::constructHorizon";
+
+// Host applications know these throw sites by their line numbers, so the
+// numbers are fixed here instead of following edits of this file.
+constexpr int kLineTooFewPoints = 166;
+constexpr int kLineAffineSubspace = 198;
+constexpr int kLineInsideHull = 299;
+
+// M without column `skip`.
+CMatrix<double> WithoutColumn(const CMatrix<double>& M, std::size_t skip)
+{
+    CMatrix<double> result(M.Rows(), M.Cols() - 1);
+    for (std::size_t i = 0; i < M.Rows(); ++i)
+        for (std::size_t j = 0, k = 0; j < M.Cols(); ++j)
+            if (j != skip)
+                result(i, k++) = M(i, j);
+    return result;
+}
+} // namespace
+
+class CConvexHullComputer::CStore
+{
+public:
+    CStore() = default;
+    CStore(const CStore&) = delete;
+    CStore& operator=(const CStore&) = delete;
+    ~CStore()
+    {
+        for (CFacet* f : m_facets)
+            delete f;
+        for (CFacetConnector* c : m_connectors)
+            delete c;
+    }
+
+    template <class... Args>
+    CFacet* makeFacet(Args&&... args)
+    {
+        auto f = std::make_unique<CFacet>(std::forward<Args>(args)...);
+        m_facets.insert(f.get());
+        return f.release();
+    }
+
+    template <class... Args>
+    CFacetConnector* makeConnector(Args&&... args)
+    {
+        auto c = std::make_unique<CFacetConnector>(std::forward<Args>(args)...);
+        m_connectors.insert(c.get());
+        return c.release();
+    }
+
+    void destroy(CFacet* f)
+    {
+        if (m_facets.erase(f) != 0)
+            delete f;
+    }
+
+    void destroy(CFacetConnector* c)
+    {
+        if (m_connectors.erase(c) != 0)
+            delete c;
+    }
+
+private:
+    std::unordered_set<CFacet*> m_facets;
+    std::unordered_set<CFacetConnector*> m_connectors;
+};
+
+const double CConvexHullComputer::eps = CFacet::eps;
+
+CConvexHullComputer::CConvexHullComputer() : dimSpace(0), store(std::make_shared<CStore>()) {}
+
+CConvexHullComputer::CConvexHullComputer(std::size_t dim, const char*, const IObject*)
+    : dimSpace(dim), store(std::make_shared<CStore>())
+{
+}
+
+CConvexHullComputer::CConvexHullComputer(const std::list<CMatrix<double>>& points_, const char*, const IObject*)
+    : dimSpace(points_.empty() ? 0 : points_.front().Rows()), points(points_), store(std::make_shared<CStore>())
+{
+}
+
+CConvexHullComputer::CConvexHullComputer(const CConvexHullComputer& other) = default;
+
+CConvexHullComputer& CConvexHullComputer::operator=(const CConvexHullComputer& other)
+{
+    dimSpace = other.dimSpace;
+    points = other.points;
+    facets = other.facets;
+    visibleFacets = other.visibleFacets;
+    horizon = other.horizon;
+    newFacets = other.newFacets;
+    equationsA = other.equationsA;
+    equationsB = other.equationsB;
+    store = other.store;
+    return *this;
+}
+
+CConvexHullComputer::~CConvexHullComputer() = default;
+
+// While another computer shares the store it may still list the object, so
+// the object then stays alive until the store goes.
+void CConvexHullComputer::release(CFacet* f)
+{
+    if (store.use_count() == 1)
+        store->destroy(f);
+}
+
+void CConvexHullComputer::release(CFacetConnector* c)
+{
+    if (store.use_count() == 1)
+        store->destroy(c);
+}
+
+void CConvexHullComputer::addPoint(const CMatrix<double>& p)
+{
+    points.push_front(p);
+}
+
+bool CConvexHullComputer::areAffinelyIndependent(const CMatrix<double>& P)
+{
+    const std::size_t d = P.Rows();
+    const std::size_t k = P.Cols();
+    if (k < 2)
+        return true;
+    CMatrix<double> D(d, k - 1);
+    for (std::size_t r = 0; r < d; ++r)
+        for (std::size_t c = 1; c < k; ++c)
+            D(r, c - 1) = P(r, c) - P(r, 0);
+    CMatrix<double> U(d, k - 1);
+    CMatrix<double> S(k - 1, 1);
+    CMatrix<double> V(k - 1, k - 1);
+    CNumeric::Svd(D, U, S, V, false);
+    for (std::size_t j = 0; j + 1 < k; ++j)
+        if (std::fabs(S(j, 0)) < eps)
+            return false;
+    return true;
+}
+
+void CConvexHullComputer::getStartPoints(CMatrix<double>& S)
+{
+    const std::uint32_t n = static_cast<std::uint32_t>(points.size());
+    // 32-bit like the count itself; the loop below stops one draw short of
+    // the bound.
+    const std::uint32_t attempts = 10u * n;
+    for (std::uint32_t attempt = 1; attempt < attempts; ++attempt)
+    {
+        if (n < dimSpace)
+            TOLX_THROW(kStartPoints, kLineTooFewPoints,
+                       "Will not be able to find any affinely independentpoints. Pointset contains only %1 points.", n);
+
+        // Selection sampling: index i is taken with probability
+        // needed / (n - i), which makes every subset equally likely.
+        std::vector<std::size_t> chosen;
+        std::size_t needed = S.Cols();
+        for (std::uint32_t i = 0; needed > 0; ++i)
+        {
+            const double r = Rand15() * (1.0 / 32768.0) * static_cast<double>(static_cast<std::uint32_t>(n - i));
+            if (r < static_cast<double>(needed))
+            {
+                chosen.push_back(i);
+                --needed;
+            }
+        }
+
+        std::size_t column = 0;
+        std::size_t index = 0;
+        for (const CMatrix<double>& q : points)
+        {
+            if (isIn(index, chosen))
+            {
+                for (std::size_t r = 0; r < S.Rows(); ++r)
+                    S(r, column) = q(r, 0);
+                ++column;
+            }
+            ++index;
+        }
+        if (areAffinelyIndependent(S))
+            return;
+    }
+    TOLX_THROW(kStartPoints, kLineAffineSubspace,
+               "Could not find any affinely independent points. Maybe your data form an affine subspace.");
+}
+
+void CConvexHullComputer::makeSimplex(const CMatrix<double>& S)
+{
+    for (std::size_t i = 0; i < S.Cols(); ++i)
+    {
+        CFacet* f = store->makeFacet(WithoutColumn(S, i));
+        facets.push_front(f);
+        // The vertex left out must not lie above its facet: the normal points outward.
+        if (isAbove(f, S.GetCol(i)))
+            f->flipDirection();
+        for (CFacet* g : facets)
+        {
+            g->addNeighbour(f);
+            f->addNeighbour(g);
+        }
+    }
+}
+
+void CConvexHullComputer::compute()
+{
+    CMatrix<double> S(dimSpace, dimSpace + 1);
+    getStartPoints(S);
+    compute(S);
+}
+
+void CConvexHullComputer::compute(const CMatrix<double>& S)
+{
+    makeSimplex(S);
+    distributePoints(facets);
+    // The host's licence check belongs here; this build has no host licence.
+
+    CMatrix<double> p(dimSpace, 1);
+    for (;;)
+    {
+        CFacet* f = nullptr;
+        for (CFacet* g : facets)
+            if (g->getFurthest(p))
+            {
+                f = g;
+                break;
+            }
+        if (f == nullptr)
+            break;
+        constructHorizon(f, p);
+        constructNewFacets(p);
+        distributePoints(newFacets);
+        facets.splice(facets.begin(), newFacets);
+        deleteVisibleFacets();
+    }
+
+    for (CFacet* f : facets)
+        if (!isIn(f->getA(), equationsA))
+        {
+            equationsA.push_front(f->getA());
+            equationsB.push_front(f->getb()(0, 0));
+        }
+}
+
+void CConvexHullComputer::distributePoints(const std::list<CFacet*>& L)
+{
+    for (CFacet* f : L)
+        for (auto it = points.begin(); it != points.end();)
+        {
+            if (isAbove(f, *it))
+            {
+                f->addToOutsideSet(*it);
+                it = points.erase(it);
+            }
+            else
+                ++it;
+        }
+    points.clear();
+}
+
+void CConvexHullComputer::constructHorizon(CFacet* f, const CMatrix<double>& p)
+{
+    visibleFacets.push_front(f);
+    points.insert(points.begin(), f->outsideSet.begin(), f->outsideSet.end());
+    const std::vector<CFacet*> N = f->getNeighbours();
+    for (std::size_t i = 0; i < N.size(); ++i)
+    {
+        CFacet* g = N[i];
+        if (g == nullptr)
+        {
+            std::cerr << "constructHorizon() WARNING: NULL neighbor facet found:" << static_cast<const void*>(f)
+                      << ", n#" << i << " of " << N.size() << "\n"
+                      << "#outsideset: " << f->outsideSet.size() << ", #points: " << points.size() << ",\np=\n";
+            Impl::PrintHullMatrix(std::cerr, p);
+            std::cerr << std::endl;
+            continue;
+        }
+        if (isAbove(g, p))
+        {
+            if (!isIn(g, visibleFacets))
+                constructHorizon(g, p);
+            continue;
+        }
+        if (f->hasVertex(p))
+            TOLX_THROW(kHorizon, kLineInsideHull,
+                       "Trying to construct new Facets with a point that is already inside the convex hull.");
+        CMatrix<double> ridge = WithoutColumn(f->getVertices(), i);
+        CMatrix<double> opposite = f->getVertices().GetCol(i);
+        horizon.push_front(store->makeConnector(f, g, ridge, opposite));
+    }
+}
+
+void CConvexHullComputer::constructNewFacets(CMatrix<double>& p)
+{
+    newFacets.clear();
+    if (!horizon.empty())
+        constructNewFacets(horizon.front(), p);
+    for (CFacetConnector* c : horizon)
+        release(c);
+    horizon.clear();
+}
+
+void CConvexHullComputer::constructNewFacets(CFacetConnector* c, CMatrix<double>& p)
+{
+    CFacet* nf = store->makeFacet(c, p);
+    newFacets.push_front(nf);
+    // The visible facet's far vertex ends up inside the new hull.
+    if (isAbove(nf, c->getReferencePoint()))
+        nf->flipDirection();
+    c->setConstructedFacet(nf);
+    CFacet* h = c->getHiddenFacet();
+    h->addNeighbour(nf);
+    nf->addNeighbour(h);
+
+    const CMatrix<double>& R = c->getVertices();
+    for (std::size_t k = 0; k < R.Cols(); ++k)
+    {
+        CMatrix<double> Q = WithoutColumn(R, k);
+        for (CFacetConnector* c2 : horizon)
+        {
+            if (c2 == c || !c2->hasVertices(Q))
+                continue;
+            if (CFacet* e = c2->getConstructedFacet())
+            {
+                e->addNeighbour(nf);
+                nf->addNeighbour(e);
+            }
+            else
+                constructNewFacets(c2, p);
+        }
+    }
+}
+
+void CConvexHullComputer::deleteVisibleFacets()
+{
+    for (CFacet* v : visibleFacets)
+    {
+        facets.remove(v);
+        newFacets.remove(v);
+        release(v);
+    }
+    visibleFacets.clear();
+}
+
+bool CConvexHullComputer::isAbove(const CFacet* f, const CMatrix<double>& p)
+{
+    CMatrix<double> height = f->getA();
+    height *= p;
+    return height(0, 0) > f->getb()(0, 0) + eps;
+}
+
+bool CConvexHullComputer::isIn(const CMatrix<double>& a, const std::list<CMatrix<double>>& L)
+{
+    for (const CMatrix<double>& r : L)
+    {
+        bool match = true;
+        for (std::size_t i = 0; i < a.Rows() && match; ++i)
+            for (std::size_t j = 0; j < a.Cols() && match; ++j)
+                match = std::fabs(a(i, j) - r(i, j)) <= eps;
+        if (match)
+            return true;
+    }
+    return false;
+}
+
+bool CConvexHullComputer::isIn(std::size_t i, const std::vector<std::size_t>& v)
+{
+    for (std::size_t x : v)
+        if (x == i)
+            return true;
+    return false;
+}
+
+bool CConvexHullComputer::isIn(const CFacet* f, const std::list<CFacet*>& L)
+{
+    for (const CFacet* g : L)
+        if (g == f)
+            return true;
+    return false;
+}
+
+bool CConvexHullComputer::isInside(const CMatrix<double>& p) const
+{
+    auto offset = equationsB.begin();
+    for (auto row = equationsA.begin(); row != equationsA.end() && offset != equationsB.end(); ++row, ++offset)
+    {
+        double s = 0.0;
+        for (std::size_t i = 0; i < row->Cols(); ++i)
+            s += (*row)(0, i) * p(i, 0);
+        if (s - *offset > eps)
+            return false;
+    }
+    return true;
+}
+
+namespace
+{
+// The identity of vertices in getVertices: x within 1e-6 and then, in the
+// plane, y exactly equal; in space y within 1e-6 and z exactly equal. Written
+// as "neither orders before the other", so NaN behaves as that ordering says.
+struct CVertexKey
+{
+    double x, y, z;
+};
+
+bool KeyLess(const CVertexKey& a, const CVertexKey& b, bool planar)
+{
+    if (std::fabs(a.x - b.x) > 1e-6)
+        return a.x < b.x;
+    if (planar)
+        return a.y < b.y;
+    if (std::fabs(a.y - b.y) > 1e-6)
+        return a.y < b.y;
+    return a.z < b.z;
+}
+
+// GetVertices' identity: every coordinate but the last within 1e-8, the last
+// exactly equal.
+bool CoordinatesLess(const std::vector<double>& a, const std::vector<double>& b)
+{
+    for (std::size_t i = 0; i + 1 < a.size(); ++i)
+        if (std::fabs(a[i] - b[i]) > 1e-8)
+            return a[i] < b[i];
+    return a.back() < b.back();
+}
+
+template <class Key, class Less>
+bool ContainsEquivalent(const std::vector<Key>& keys, const Key& key, Less less)
+{
+    for (const Key& k : keys)
+        if (!less(k, key) && !less(key, k))
+            return true;
+    return false;
+}
+} // namespace
+
+std::list<CMatrix<double>> CConvexHullComputer::getVertices() const
+{
+    const bool planar = dimSpace < 3;
+    const auto less = [planar](const CVertexKey& a, const CVertexKey& b) { return KeyLess(a, b, planar); };
+    std::vector<CVertexKey> seen;
+    std::list<CMatrix<double>> result;
+    for (const CFacet* f : facets)
+    {
+        const CMatrix<double>& V = f->getVertices();
+        for (std::size_t j = 0; j < V.Cols(); ++j)
+        {
+            const CVertexKey key{V(0, j), V(1, j), planar ? 0.0 : V(2, j)};
+            if (ContainsEquivalent(seen, key, less))
+                continue;
+            seen.push_back(key);
+            result.push_back(V.GetCol(j));
+        }
+    }
+    return result;
+}
+
+void CConvexHullHelpers::GetVertices(std::list<std::vector<double>>& out, const CConvexHullComputer& hull)
+{
+    out.clear();
+    std::vector<std::vector<double>> seen;
+    for (const CFacet* f : hull.GetFacets())
+    {
+        const CMatrix<double>& V = f->getVertices();
+        for (std::size_t j = 0; j < V.Cols(); ++j)
+        {
+            std::vector<double> vertex(V.Rows());
+            for (std::size_t i = 0; i < V.Rows(); ++i)
+                vertex[i] = V(i, j);
+            if (ContainsEquivalent(seen, vertex, CoordinatesLess))
+                continue;
+            seen.push_back(vertex);
+            out.push_back(vertex);
+        }
+    }
+}
+
+void CConvexHullComputer::printFacetList(const std::list<CFacet*>& L)
+{
+    for (const CFacet* f : L)
+    {
+        f->print();
+        std::cout << "Address: " << static_cast<const void*>(f) << std::endl;
+        std::cout << f->neighbours.size() << " neighbours: " << std::endl;
+        for (const CFacet* g : f->neighbours)
+            std::cout << static_cast<const void*>(g) << std::endl;
+        std::cout << f->outsideSet.size() << " members in outsideSet: " << std::endl;
+        for (const CMatrix<double>& q : f->outsideSet)
+        {
+            Impl::PrintHullMatrix(std::cout, q);
+            std::cout << std::endl;
+        }
+    }
+    std::cout << std::endl << std::endl;
+}
+} // namespace TOLX
