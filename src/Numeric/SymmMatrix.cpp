@@ -1,0 +1,216 @@
+#include "Numeric/SymmMatrix.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace TOLX
+{
+template <class T>
+CSymmMatrix<T>::CSymmMatrix(int64 n) : m_n(n)
+{
+    const std::size_t dim = Impl::CheckedCount(n);
+    if (dim != 0 && dim > m_elements.max_size() / dim)
+        Impl::ThrowTooLong();
+    m_elements.assign(dim * dim, T(0));
+    for (std::size_t i = 0; i < dim; ++i)
+        At(i, i) = T(1);
+}
+
+template <class T>
+CSymmMatrix<T>& CSymmMatrix<T>::operator=(const CSymmMatrix& other)
+{
+    if (this != &other)
+    {
+        m_elements = other.m_elements;
+        m_n = other.m_n;
+    }
+    return *this;
+}
+
+template <class T>
+CSymmMatrix<T>::~CSymmMatrix() = default;
+
+template <class T>
+T& CSymmMatrix<T>::operator()(std::size_t row, std::size_t col)
+{
+    return At(row, col);
+}
+
+template <class T>
+T CSymmMatrix<T>::operator()(std::size_t row, std::size_t col) const
+{
+    return At(row, col);
+}
+
+template <class T>
+T CSymmMatrix<T>::GetColumnLength(int64 col) const
+{
+    const auto j = static_cast<std::size_t>(col);
+    T sum = 0;
+    for (std::size_t i = 0; i < Rows(); ++i)
+        sum += At(i, j) * At(i, j);
+    return std::sqrt(sum);
+}
+
+template <class T>
+void CSymmMatrix<T>::ScaleColumns(std::vector<T> factors)
+{
+    CSymmMatrix scaled(m_elements, m_n);
+    const std::size_t n = scaled.Rows();
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t j = 0; j < n; ++j)
+            scaled.At(i, j) *= Impl::CheckedAt(factors, j);
+    Reshape(n, n);
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t j = 0; j < n; ++j)
+            (*this)(i, j) = scaled.At(i, j);
+}
+
+template <class T>
+bool CSymmMatrix<T>::IsSymmetric() const
+{
+    constexpr T eps = 2.220446049250313e-16;
+    for (std::size_t i = 0; i < Rows(); ++i)
+        for (std::size_t j = i + 1; j < Rows(); ++j)
+            if (std::fabs(At(i, j) - At(j, i)) > eps)
+                return false;
+    return true;
+}
+
+template <class T>
+T CSymmMatrix<T>::FindMaxOffDiagonal(int64& p, int64& q) const
+{
+    T max = 0.0;
+    for (std::size_t i = 0; i < Rows(); ++i)
+        for (std::size_t j = 0; j < Rows(); ++j)
+            if (j != i && std::fabs(At(i, j)) > max)
+            {
+                max = std::fabs(At(i, j));
+                p = static_cast<int64>(i);
+                q = static_cast<int64>(j);
+            }
+    return max;
+}
+
+template <class T>
+std::ostream& CSymmMatrix<T>::Print(std::ostream& os) const
+{
+    for (std::size_t i = 0; i < Rows(); ++i)
+    {
+        for (std::size_t j = 0; j < Cols(); ++j)
+            os << At(i, j) << " ";
+        os << std::endl;
+    }
+    return os;
+}
+
+namespace
+{
+// Bit-for-bit equality: NaN elements compare equal to themselves here.
+template <class T>
+bool SameState(const CSymmMatrix<T>& a, int64 p, int64 q, const CSymmMatrix<T>& b, int64 bp, int64 bq)
+{
+    if (p != bp || q != bq)
+        return false;
+    const std::size_t n = a.Rows();
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t j = 0; j < n; ++j)
+        {
+            const T x = a(i, j);
+            const T y = b(i, j);
+            if (std::memcmp(&x, &y, sizeof(T)) != 0)
+                return false;
+        }
+    return true;
+}
+} // namespace
+
+template <class T>
+void CSymmMatrix<T>::SolveEigenProblem(CSymmMatrix& eigenvectors, std::vector<T>& eigenvalues, T eps) const
+{
+    RequireSymmetric();
+    const std::size_t n = Rows();
+    CSymmMatrix a(m_elements, m_n);
+    CSymmMatrix a2(m_elements, m_n);
+    CSymmMatrix v(m_n);
+    CSymmMatrix v2(m_n);
+    int64 p = 0;
+    int64 q = 0;
+    T m = a.FindMaxOffDiagonal(p, q);
+
+    // The rotations stop only when no off-diagonal element exceeds eps, and
+    // some inputs never get there: with eps = 0 a subnormal element can
+    // survive every rotation, and infinite or NaN elements (or a negative eps)
+    // can leave the matrix in a state that maps back onto itself. A rotation
+    // depends on nothing but the working matrix and the pivot position, so
+    // once that state repeats bit for bit the loop would run forever; it is
+    // left there instead (Brent's cycle detection). A run that ends by itself
+    // never repeats a state, so its result is exactly what it always was.
+    CSymmMatrix seen(a);
+    int64 seenP = p;
+    int64 seenQ = q;
+    std::size_t power = 1;
+    std::size_t steps = 0;
+    bool cycling = false;
+
+    while (m > eps && !cycling)
+    {
+        const auto pp = static_cast<std::size_t>(p);
+        const auto qq = static_cast<std::size_t>(q);
+        const T apq = a.At(pp, qq);
+        const T theta = (a.At(qq, qq) - a.At(pp, pp)) / (2 * apq);
+        // Always the positive root of t^2 + 2 theta t - 1 = 0, also for
+        // negative theta: results that callers compare against depend on it.
+        const T t = std::sqrt(theta * theta + 1) - theta;
+        const T c = 1 / std::sqrt(t * t + 1);
+        const T s = t * c;
+
+        a2 = a;
+        a2.At(pp, qq) = 0;
+        a2.At(qq, pp) = 0;
+        a2.At(pp, pp) = a.At(pp, pp) - t * apq;
+        a2.At(qq, qq) = a.At(qq, qq) + t * apq;
+        for (std::size_t k = 0; k < n; ++k)
+        {
+            if (k == pp || k == qq)
+                continue;
+            const T kp = c * a.At(k, pp) - s * a.At(k, qq);
+            const T kq = c * a.At(k, qq) + s * a.At(k, pp);
+            a2.At(k, pp) = kp;
+            a2.At(pp, k) = kp;
+            a2.At(k, qq) = kq;
+            a2.At(qq, k) = kq;
+        }
+        a = a2;
+
+        for (std::size_t k = 0; k < n; ++k)
+        {
+            v2.At(k, pp) = c * v.At(k, pp) - s * v.At(k, qq);
+            v2.At(k, qq) = s * v.At(k, pp) + c * v.At(k, qq);
+        }
+        v = v2;
+
+        m = a.FindMaxOffDiagonal(p, q);
+
+        cycling = SameState(a, p, q, seen, seenP, seenQ);
+        if (++steps == power)
+        {
+            seen = a;
+            seenP = p;
+            seenQ = q;
+            power *= 2;
+            steps = 0;
+        }
+    }
+
+    if (eigenvectors.m_n != m_n)
+        eigenvectors.Reshape(n, n);
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t j = 0; j < n; ++j)
+            eigenvectors(i, j) = v.At(i, j);
+    for (std::size_t k = 0; k < n; ++k)
+        Impl::CheckedAt(eigenvalues, k) = a.At(k, k);
+}
+
+template class CSymmMatrix<double>;
+} // namespace TOLX
