@@ -23,6 +23,7 @@ TEST(VornJson, NumbersReadBackExactly)
     EXPECT_EQ(FormatNumber(0.1), "0.1");
     EXPECT_EQ(FormatNumber(3.0), "3");
     EXPECT_EQ(FormatNumber(-0.5), "-0.5");
+    EXPECT_EQ(FormatNumber(-0.0), "0");
 }
 
 TEST(VornJson, NonFiniteNumbersBecomeNull)

@@ -9,7 +9,8 @@ namespace vorn
 std::string FormatNumber(double value)
 {
     char buffer[32];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    // Negative zero, which facet normals are full of, reads as plain 0.
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value == 0.0 ? 0.0 : value);
     return std::string(buffer, result.ptr);
 }
 

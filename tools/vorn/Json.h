@@ -9,8 +9,8 @@
 
 namespace vorn
 {
-// The shortest text that reads back as exactly the same double ("0.1", "1e-300",
-// "-0"). NaN and the infinities have no JSON form; callers decide what they become.
+// The shortest text that reads back as the same double ("0.1", "1e-300"); both
+// zeros are written "0". NaN and the infinities have no JSON form; callers decide what they become.
 std::string FormatNumber(double value);
 
 // Writes indented JSON into a string. Commas, colons and indentation are the

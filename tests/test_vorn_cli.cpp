@@ -1,0 +1,523 @@
+// End to end: the built vorn tool runs on small TIFF files written here, its
+// numbers are compared with the same library calls made directly, and every
+// error path is checked for its one-line message and exit code.
+
+#include "JsonReader.h"
+#include "VornTiffFiles.h"
+
+#include "VornNumeric.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include <sys/wait.h>
+
+using vorntest::JsonReader;
+using vorntest::JsonValue;
+
+namespace
+{
+struct ToolRun
+{
+    int code = -1;
+    std::string out;
+    std::string err;
+};
+
+std::string Slurp(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+class VornCli : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/vorn-cli-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+    }
+    void TearDown() override { std::filesystem::remove_all(m_dir); }
+
+    std::string Path(const std::string& name) const { return m_dir + "/" + name; }
+
+    // Runs the tool with standard output and error in files (so not a
+    // terminal) and standard input from `input`.
+    ToolRun Vorn(const std::string& arguments, const std::string& input = "")
+    {
+        std::ofstream(Path("stdin")) << input;
+        const std::string command = std::string("'") + VORN_TOOL_PATH + "' " + arguments + " <'" + Path("stdin") +
+                                    "' >'" + Path("stdout") + "' 2>'" + Path("stderr") + "'";
+        const int status = std::system(command.c_str());
+        ToolRun run;
+        run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        run.out = Slurp(Path("stdout"));
+        run.err = Slurp(Path("stderr"));
+        return run;
+    }
+
+    std::string m_dir;
+};
+
+// Labels for the four test objects, chosen to need the pixel type's full width.
+struct Labels
+{
+    std::uint32_t box, round, flat, pair;
+};
+
+Labels LabelsFor(int bits)
+{
+    if (bits == 8)
+        return {1, 2, 200, 255};
+    if (bits == 16)
+        return {1, 300, 4000, 65535};
+    return {1, 5, 65536, 70000};
+}
+
+// A 2-D (depth 1) or 3-D label image: a box, a disc or ball, a flat object
+// with no hull in its dimension (collinear in 2-D, one plane in 3-D) and a
+// two-pixel object.
+TOLX::CImage LabelImage(int bits, int depth)
+{
+    const TOLX::IImage::CType& type = bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32;
+    const Labels labels = LabelsFor(bits);
+    const int width = 30, height = 24;
+    TOLX::CImage image(type, TOLX::CSize(width, height, depth));
+    const int zc = depth / 2;
+    for (int z = 0; z < depth; ++z)
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x)
+            {
+                const double dx = x - 20.3, dy = y - 8.6, dz = depth > 1 ? z - zc : 0;
+                if (x >= 2 && x <= 9 && y >= 2 && y <= 6 && z <= 3)
+                    image.SetPixel(x, y, z, labels.box);
+                else if (dx * dx + dy * dy + dz * dz <= 16.5)
+                    image.SetPixel(x, y, z, labels.round);
+            }
+    for (int i = 0; i < 5; ++i)
+    {
+        if (depth > 1)
+            for (int x = 3; x < 8; ++x)
+                image.SetPixel(x, 14 + i, zc, labels.flat);
+        else
+            image.SetPixel(3 + i, 14 + i, 0, labels.flat);
+    }
+    image.SetPixel(25, 20, 0, labels.pair);
+    image.SetPixel(26, 21, depth - 1, labels.pair);
+    return image;
+}
+
+void WriteImage(const TOLX::CImage& image, const std::string& path)
+{
+    std::vector<vorntest::RawPage> pages;
+    const int bits = 8 * image.Type().BytesPerPixel();
+    for (int z = 0; z < image.Depth(); ++z)
+    {
+        const auto value = [&](int x, int y) { return image.GetPixel(x, y, z); };
+        pages.push_back(bits == 8    ? vorntest::MakePage<std::uint8_t>(image.Width(), image.Height(), value)
+                        : bits == 16 ? vorntest::MakePage<std::uint16_t>(image.Width(), image.Height(), value)
+                                     : vorntest::MakePage<std::uint32_t>(image.Width(), image.Height(), value));
+    }
+    ASSERT_TRUE(vorntest::WriteRawTiff(path, pages));
+}
+
+// What the library says about one object when called directly.
+struct Direct
+{
+    std::int64_t label = 0;
+    double pixels = 0;
+    std::vector<double> centre, principal, axis;
+    double excentricity = 0;
+    TOLX::CValueMap map;
+    bool hull = false;
+    std::size_t facets = 0, vertices = 0;
+    std::int64_t painted = 0;
+    std::vector<std::array<int, 3>> hullPixels;
+};
+
+// The outermost pixels of each row of the object, added to the hull one by one.
+void AddRowEnds(TOLX::CConvexHullComputer& hull, const TOLX::CImage& image, std::uint64_t label, int d)
+{
+    TOLX::CMatrix<double> p(std::size_t(d), 1);
+    for (int z = 0; z < image.Depth(); ++z)
+        for (int y = 0; y < image.Height(); ++y)
+        {
+            int first = -1, last = -1;
+            for (int x = 0; x < image.Width(); ++x)
+                if (image.GetPixel(x, y, z) == label)
+                {
+                    last = x;
+                    first = first < 0 ? x : first;
+                }
+            if (first < 0)
+                continue;
+            p(1, 0) = y;
+            if (d == 3)
+                p(2, 0) = z;
+            for (const int x : first == last ? std::vector<int>{first} : std::vector<int>{first, last})
+            {
+                p(0, 0) = x;
+                hull.addPoint(p);
+            }
+        }
+}
+
+// Runs in a thread of its own so that the hulls' random start points are drawn
+// from a fresh generator, as in a fresh vorn process.
+std::vector<Direct> DirectResults(const TOLX::CImage& image)
+{
+    std::vector<Direct> results;
+    std::thread worker([&] {
+        const int d = image.Depth() > 1 ? 3 : 2;
+        std::uint64_t largest = 0;
+        for (int z = 0; z < image.Depth(); ++z)
+            for (int y = 0; y < image.Height(); ++y)
+                for (int x = 0; x < image.Width(); ++x)
+                    largest = std::max(largest, image.GetPixel(x, y, z));
+        TOLX::CObjectMoment moments(TOLX::int64(largest + 1), d);
+        for (int z = 0; z < image.Depth(); ++z)
+            for (int y = 0; y < image.Height(); ++y)
+                for (int x = 0; x < image.Width(); ++x)
+                    if (const std::uint64_t label = image.GetPixel(x, y, z))
+                        moments(TOLX::int64(label), x, y, z);
+        vorntest::CaptureStandardError([&] { moments.Compute(); }); // its deprecation warnings
+        const TOLX::CValueMap all = moments;
+        auto entry = all.begin() + 3; // after "dim", "status", "no. of objects"
+        for (std::uint64_t label = 1; label <= largest; ++label)
+        {
+            if (moments.Mass(TOLX::int64(label)) == 0)
+                continue;
+            Direct r;
+            r.label = TOLX::int64(label);
+            r.pixels = moments.Mass(r.label);
+            r.centre = {moments.CenterOfMassX(r.label), moments.CenterOfMassY(r.label), moments.CenterOfMassZ(r.label)};
+            r.centre.resize(std::size_t(d));
+            r.principal = moments.getInertiaMoments(r.label);
+            r.principal.resize(std::size_t(d));
+            const auto axes = moments.getInertiaAxes(r.label);
+            const std::size_t column = d == 3 ? 2 : 0;
+            for (int i = 0; i < d; ++i)
+                r.axis.push_back(axes(std::size_t(i), column));
+            r.excentricity = moments.getExcentricity(r.label);
+            r.map = (entry++)->second->Map();
+
+            TOLX::CConvexHullComputer hull(std::size_t(d), "direct", nullptr);
+            AddRowEnds(hull, image, label, d);
+            if (hull.getPoints().size() > std::size_t(d))
+            {
+                try
+                {
+                    hull.compute();
+                    r.hull = true;
+                }
+                catch (const TOLX::CException&)
+                {
+                }
+            }
+            if (r.hull)
+            {
+                r.facets = hull.getA().size();
+                r.vertices = hull.getVertices().size();
+                TOLX::CMatrix<double> p(std::size_t(d), 1);
+                for (int z = 0; z < image.Depth(); ++z)
+                    for (int y = 0; y < image.Height(); ++y)
+                        for (int x = 0; x < image.Width(); ++x)
+                        {
+                            p(0, 0) = x;
+                            p(1, 0) = y;
+                            if (d == 3)
+                                p(2, 0) = z;
+                            if (hull.isInside(p))
+                                r.hullPixels.push_back({x, y, z});
+                        }
+                r.painted = std::int64_t(r.hullPixels.size());
+            }
+            results.push_back(std::move(r));
+        }
+    });
+    worker.join();
+    return results;
+}
+
+void ExpectSameValue(const JsonValue& json, const TOLX::CValue& value, const std::string& key)
+{
+    switch (value.Type())
+    {
+    case TOLX::VALUE_DOUBLE:
+        if (std::isfinite(value.Double()))
+            EXPECT_EQ(json.number, value.Double()) << key;
+        else
+            EXPECT_EQ(json.kind, JsonValue::NUL) << key;
+        break;
+    case TOLX::VALUE_LONG: EXPECT_EQ(json.number, double(value.Long())) << key; break;
+    case TOLX::VALUE_STRING: EXPECT_EQ(json.text, value.String()) << key; break;
+    case TOLX::VALUE_VECTOR:
+    {
+        ASSERT_EQ(json.items.size(), value.Vector().Size()) << key;
+        std::size_t i = 0;
+        for (const auto& item : value.Vector())
+            ExpectSameValue(json.items[i++], *item.second, key + "[]");
+        break;
+    }
+    case TOLX::VALUE_MAP: ADD_FAILURE() << "unexpected nested map " << key; break;
+    }
+}
+} // namespace
+
+TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
+{
+    for (const int bits : {8, 16, 32})
+        for (const int depth : {1, 5})
+        {
+            const int d = depth > 1 ? 3 : 2;
+            SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(d) + "-D");
+            const TOLX::CImage image = LabelImage(bits, depth);
+            const std::string input = Path("labels.tif"), painted = Path("hulls.tif");
+            WriteImage(image, input);
+            const ToolRun run = Vorn("analyze --json --paint '" + painted + "' '" + input + "'");
+            ASSERT_EQ(run.code, 0) << run.err;
+            EXPECT_EQ(run.err, ""); // no progress bar when standard error is a file
+            const JsonValue report = JsonReader::Parse(run.out);
+            const std::vector<Direct> direct = DirectResults(image);
+            const Labels labels = LabelsFor(bits);
+
+            EXPECT_EQ(report["source"].text, input);
+            EXPECT_EQ(report["dimension"].number, d);
+            EXPECT_EQ(report["bits_per_pixel"].number, bits);
+            EXPECT_EQ(report["labels"].number, labels.pair + 1.0);
+            const JsonValue& objects = report["objects"];
+            ASSERT_EQ(objects.items.size(), direct.size());
+            ASSERT_EQ(direct.size(), 4u);
+            for (std::size_t i = 0; i < direct.size(); ++i)
+            {
+                const Direct& want = direct[i];
+                const JsonValue& got = objects[i];
+                SCOPED_TRACE("label " + std::to_string(want.label));
+                EXPECT_EQ(got["label"].number, double(want.label));
+                EXPECT_EQ(got["pixels"].number, want.pixels);
+                EXPECT_EQ(got["centre_of_mass"].Numbers(), want.centre);
+                EXPECT_EQ(got["principal_moments"].Numbers(), want.principal);
+                EXPECT_EQ(got["main_axis"].Numbers(), want.axis);
+                if (d == 2)
+                    EXPECT_EQ(got["excentricity"].number, want.excentricity);
+                else
+                    EXPECT_EQ(got["excentricity"].kind, JsonValue::NUL);
+                ASSERT_EQ(got["hull"].kind == JsonValue::OBJECT, want.hull);
+                if (want.hull)
+                {
+                    EXPECT_EQ(got["hull"]["facets"].number, double(want.facets));
+                    EXPECT_EQ(got["hull"]["vertices"].number, double(want.vertices));
+                    EXPECT_EQ(got["hull"]["painted_pixels"].number, double(want.painted));
+                    EXPECT_DOUBLE_EQ(got["solidity"].number, want.pixels / double(want.painted));
+                    EXPECT_EQ(got["hull_problem"].kind, JsonValue::NUL);
+                }
+                else
+                {
+                    EXPECT_EQ(got["solidity"].kind, JsonValue::NUL);
+                    EXPECT_EQ(got["hull_problem"].kind, JsonValue::STRING);
+                }
+                // The object's own moment map, key by key in the same order.
+                const JsonValue& map = got["moments"];
+                std::size_t k = 0;
+                for (const auto& entry : want.map)
+                {
+                    const std::string key = entry.first.ToString();
+                    if (key == "status" || key == "pixel")
+                        continue;
+                    ASSERT_LT(k, map.members.size());
+                    EXPECT_EQ(map.members[k].first, key);
+                    ExpectSameValue(map.members[k].second, *entry.second, key);
+                    ++k;
+                }
+                EXPECT_EQ(k, map.members.size());
+                EXPECT_EQ(map.members.size(), d == 3 ? 34u : 21u);
+            }
+            EXPECT_EQ(objects[2]["hull_problem"].text,
+                      "Could not find any affinely independent points. Maybe your data form an affine subspace.");
+            EXPECT_EQ(objects[3]["hull_problem"].text,
+                      "2 points; a " + std::to_string(d) + "-D hull needs at least " + std::to_string(d + 1));
+
+            // The painted image holds every hull in its label, later labels on top.
+            const std::vector<vorntest::RawPage> pages = vorntest::ReadRawTiff(painted);
+            ASSERT_EQ(pages.size(), std::size_t(depth));
+            TOLX::CImage expected(image.Type(), image.Size());
+            for (const Direct& object : direct)
+                for (const auto& p : object.hullPixels)
+                    expected.SetPixel(p[0], p[1], p[2], std::uint64_t(object.label));
+            for (int z = 0; z < depth; ++z)
+            {
+                EXPECT_EQ(pages[std::size_t(z)].bits, bits);
+                EXPECT_EQ(std::memcmp(pages[std::size_t(z)].bytes.data(), expected.Data() + z * expected.Step().Z(),
+                                      pages[std::size_t(z)].bytes.size()),
+                          0)
+                    << "page " << z;
+            }
+        }
+}
+
+TEST_F(VornCli, AnalyzeTextReport)
+{
+    const TOLX::CImage image = LabelImage(16, 5);
+    const std::string input = Path("labels.tif");
+    WriteImage(image, input);
+    const ToolRun run = Vorn("analyze '" + input + "'");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    std::istringstream lines(run.out);
+    std::vector<std::string> rows;
+    for (std::string line; std::getline(lines, line);)
+        rows.push_back(line);
+    ASSERT_EQ(rows.size(), 8u) << run.out;
+    EXPECT_EQ(rows[0], input + ": 30x24x5, 3-D, 16-bit, 4 objects (largest label 65535)");
+    EXPECT_EQ(rows[1].substr(0, 16), " label    pixels");
+    // Rows start with label and pixel count: the box has 8 x 5 x 4 pixels.
+    EXPECT_EQ(rows[2].substr(0, 16), "     1       160");
+    EXPECT_NE(rows[2].find("1.000"), std::string::npos); // a box is convex
+    EXPECT_EQ(rows[5].substr(0, 16), " 65535         2");
+    EXPECT_EQ(rows[5].substr(rows[5].size() - 26), "     n/a      n/a      n/a");
+    EXPECT_EQ(rows[6], "label 4000: no hull: Could not find any affinely independent points. Maybe your data form an "
+                       "affine subspace.");
+    EXPECT_EQ(rows[7], "label 65535: no hull: 2 points; a 3-D hull needs at least 4");
+}
+
+TEST_F(VornCli, AnalyzeBuiltInSample)
+{
+    const ToolRun run = Vorn("analyze");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.out.rfind("built-in sample volume: 128x128x128, 3-D, 8-bit, 5 objects (largest label 5)\n", 0), 0u);
+    EXPECT_NE(run.out.find("label 5: no hull: "), std::string::npos);
+}
+
+TEST_F(VornCli, HullOfPoints)
+{
+    // Unit cube corners, its centre and a point on a face, in mixed notation.
+    const std::string cube = "0 0 0\n1,0,0\n0 1 0\n0 0 1\n1 1 0\n1, 0, 1\n0 1 1\n1 1 1\n0.5 0.5 0.5\n1 0.5 0.5\n";
+    std::ofstream(Path("cube.txt")) << cube;
+    const ToolRun json = Vorn("hull --json --inside 0.5,0.5,0.5 --inside=1,1,1.5 '" + Path("cube.txt") + "'");
+    ASSERT_EQ(json.code, 0) << json.err;
+    const JsonValue hull = JsonReader::Parse(json.out);
+    EXPECT_EQ(hull["dimension"].number, 3);
+    EXPECT_EQ(hull["points"].number, 10);
+    // Six faces x_i <= 1 and -x_i <= 0, in any order.
+    std::vector<std::vector<double>> faces;
+    for (const JsonValue& facet : hull["facets"].items)
+    {
+        std::vector<double> face = facet["normal"].Numbers();
+        face.push_back(facet["offset"].number);
+        faces.push_back(face);
+    }
+    std::sort(faces.begin(), faces.end());
+    const std::vector<std::vector<double>> expectedFaces{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0},
+                                                         {0, 0, 1, 1},  {0, 1, 0, 1},  {1, 0, 0, 1}};
+    EXPECT_EQ(faces, expectedFaces);
+    std::vector<std::vector<double>> vertices;
+    for (const JsonValue& vertex : hull["vertices"].items)
+        vertices.push_back(vertex.Numbers());
+    std::sort(vertices.begin(), vertices.end());
+    std::vector<std::vector<double>> corners;
+    for (int i = 0; i < 8; ++i)
+        corners.push_back({double(i >> 2 & 1), double(i >> 1 & 1), double(i & 1)});
+    EXPECT_EQ(vertices, corners);
+    ASSERT_EQ(hull["inside"].items.size(), 2u);
+    EXPECT_TRUE(hull["inside"][0]["inside"].boolean);
+    EXPECT_FALSE(hull["inside"][1]["inside"].boolean);
+
+    // The same from standard input as text.
+    const ToolRun text = Vorn("hull --inside 1,1,1 -", cube);
+    ASSERT_EQ(text.code, 0) << text.err;
+    EXPECT_EQ(text.out.rfind("hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", 0), 0u);
+    EXPECT_NE(text.out.find("\ninside tests:\n  1 1 1: inside\n"), std::string::npos);
+
+    // In 4-D, vertices that share their first three coordinates stay apart.
+    const ToolRun four = Vorn("hull --json -", "0 0 0 1\n0 0 0 -1\n1 0 0 0\n-1 0 0 0\n0 1 0 0\n0 -1 0 0\n0 0 1 0\n0 0 -1 0\n");
+    ASSERT_EQ(four.code, 0) << four.err;
+    const JsonValue cross = JsonReader::Parse(four.out);
+    EXPECT_EQ(cross["facets"].items.size(), 16u);
+    EXPECT_EQ(cross["vertices"].items.size(), 8u);
+}
+
+TEST_F(VornCli, ErrorsAreOneLineWithExitCodes)
+{
+    const std::string floats = Path("float.tif"), rgb = Path("rgb.tif"), mixed = Path("mixed.tif"), cut = Path("cut.tif");
+    vorntest::RawPage page = vorntest::MakePage<std::uint32_t>(8, 8, [](int, int) { return 0x3f800000u; });
+    page.format = SAMPLEFORMAT_IEEEFP;
+    ASSERT_TRUE(vorntest::WriteRawTiff(floats, {page}));
+    vorntest::RawPage colour = vorntest::MakePage<std::uint8_t>(8, 8, [](int, int) { return 1; });
+    colour.samples = 3;
+    colour.bytes.resize(colour.bytes.size() * 3);
+    ASSERT_TRUE(vorntest::WriteRawTiff(rgb, {colour}));
+    const auto small = vorntest::MakePage<std::uint8_t>(8, 8, [](int, int) { return 1; });
+    const auto large = vorntest::MakePage<std::uint8_t>(9, 8, [](int, int) { return 1; });
+    ASSERT_TRUE(vorntest::WriteRawTiff(mixed, {small, large}));
+    ASSERT_TRUE(vorntest::WriteRawTiff(cut, {small, small, small}));
+    std::filesystem::resize_file(cut, std::filesystem::file_size(cut) - 50);
+    std::ofstream(Path("text.txt")) << "0 0\n1 0\n";
+    std::ofstream(Path("ragged.txt")) << "0 0 0\n1 0 0\n\n0 1\n";
+    std::ofstream(Path("word.txt")) << "# points\n0 0\n1 zero\n";
+    std::ofstream(Path("line.txt")) << "0 0\n1 1\n2 2\n3 3\n";
+
+    const std::string wanted = "; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel";
+    struct Case
+    {
+        std::string arguments, input, message;
+        int code;
+    };
+    const Case cases[] = {
+        {"analyze '" + Path("none.tif") + "'", "", Path("none.tif") + ": cannot open: No such file or directory", 1},
+        {"analyze '" + floats + "'", "", floats + ": page 1 has floating-point pixels" + wanted, 1},
+        {"analyze '" + rgb + "'", "", rgb + ": page 1 has 3 samples per pixel (RGB or colour)" + wanted, 1},
+        {"analyze '" + mixed + "'", "", mixed + ": page 2 is 9x8, page 1 is 8x8; all pages of a stack must have one size", 1},
+        {"analyze --paint /nonexistent/dir/out.tif", "",
+         "/nonexistent/dir/out.tif: cannot be written: directory '/nonexistent/dir' is missing or not writable", 1},
+        {"hull '" + Path("ragged.txt") + "'", "", Path("ragged.txt") + ":4: expected 3 numbers like the first point, found 2", 1},
+        {"hull '" + Path("word.txt") + "'", "", Path("word.txt") + ":3: 'zero' is not a number", 1},
+        {"hull '" + Path("text.txt") + "'", "", Path("text.txt") + ": 2 points in 2-D; a hull needs at least 3", 1},
+        {"hull '" + Path("line.txt") + "'", "",
+         Path("line.txt") + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
+        {"hull", "", "<stdin>: no points", 1},
+        {"hull '" + Path("none.txt") + "'", "", Path("none.txt") + ": cannot open: No such file or directory", 1},
+        {"hull --inside 1,2 -", "0 0 0\n1 0 0\n0 1 0\n0 0 1\n",
+         "hull: --inside '1,2' has 2 coordinates, the points of <stdin> have 3", 2},
+        {"hull --inside 1,,2", "", "hull: --inside '1,,2': empty field between commas", 2},
+        {"analyze --fast", "", "analyze: unknown option '--fast' (see vorn --help)", 2},
+        {"", "", "no command given (commands: analyze, hull; see vorn --help)", 2},
+    };
+    for (const Case& c : cases)
+    {
+        const ToolRun run = Vorn(c.arguments, c.input);
+        EXPECT_EQ(run.code, c.code) << c.arguments;
+        EXPECT_EQ(run.err, "vorn: " + c.message + "\n") << c.arguments;
+        EXPECT_EQ(run.out, "") << c.arguments;
+    }
+
+    // libtiff's own text may follow, but on the same single line.
+    for (const std::string& file : {cut, Path("text.txt")})
+    {
+        const ToolRun run = Vorn("analyze '" + file + "'");
+        EXPECT_EQ(run.code, 1);
+        const std::string start = "vorn: " + file + (file == cut ? ": page 3 cannot be read" : ": not a readable TIFF file");
+        EXPECT_EQ(run.err.rfind(start, 0), 0u) << run.err;
+        EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
+    }
+}
+
+TEST_F(VornCli, HelpGoesToStandardOutput)
+{
+    const ToolRun run = Vorn("--help");
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(run.out.rfind("usage: vorn analyze", 0), 0u);
+    EXPECT_EQ(run.err, "");
+}
