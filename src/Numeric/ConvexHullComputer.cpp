@@ -3,9 +3,14 @@
 #include "Numeric/Numeric.h"
 #include "Numeric/Random.h"
 #include "Numeric/helpers/HullPrint.h"
+#include "Numeric/helpers/HullSpans.h"
+#include "Numeric/helpers/RowScan.h"
 #include "zeblib2core/Throw.h"
+#include "zeblib2image/Image.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <cstdint>
 #include <iostream>
 #include <unordered_set>
@@ -506,5 +511,282 @@ void CConvexHullComputer::printFacetList(const std::list<CFacet*>& L)
         }
     }
     std::cout << std::endl << std::endl;
+}
+// ---------------------------------------------------------------------------
+// Images: loading object points and painting the hull.
+
+namespace
+{
+using CBox = CConvexHullComputer::CBox;
+
+const char* const kLoadName = "TOLX::CConvexHullComputer::loadPointsFromImage";
+const char* const kLoadBoxName = "TOLX::CConvexHullComputer::loadPointsFromImageBox";
+const char* const kPaintName = "TOLX::CConvexHullComputer::paintConvexHullToImage";
+const char* const kLoadThreeSpace = "The loadPointsFromImage(...) functionality is only provided in 3-space, but was "
+                                    "called with a ConvexHullComputer in %1-space";
+const char* const kLoadTypes = "The loadPointsFromImage(...) functionality is only provided for BINARY_FG, 8bit, 16bit "
+                               "and 32bit unsigned integer data.";
+const char* const kMonoColour = "For MONO-images, use colour=0 or colour=1.";
+const char* const kGreyRange = "Grayvalue %1 exceeds range of image type.";
+
+void Widen(CBox& box, int x, int y, int z, bool withZ)
+{
+    box.xmin = std::min(box.xmin, x);
+    box.ymin = std::min(box.ymin, y);
+    box.xmax = std::max(box.xmax, x);
+    box.ymax = std::max(box.ymax, y);
+    if (withZ)
+    {
+        box.zmin = std::min(box.zmin, z);
+        box.zmax = std::max(box.zmax, z);
+    }
+}
+
+void AppendPoint(std::list<CMatrix<double>>& points, std::size_t dim, int x, int y, int z)
+{
+    CMatrix<double> p(dim, 1);
+    double* v = p.Data();
+    v[0] = x;
+    v[1] = y;
+    if (dim == 3)
+        v[2] = z;
+    points.push_back(std::move(p));
+}
+
+// The rows of slices z = z0 .. z1-1 (for d = 2 slice z0 once, then on while
+// z < z1) and y = y0 .. y1-1: each row gives its first matching pixel found
+// from x0 towards the image width, then its last one found from x1-1 back
+// towards the first. Coordinates outside the image hold no pixels and are
+// skipped, so no box a caller passes reads outside the buffer.
+template <class Pixel, class Match>
+void ScanRows(const CImage& image, std::size_t dim, int x0, int y0, int z0, int x1, int y1, int z1,
+              const Match& match, std::list<CMatrix<double>>& points, CBox& box)
+{
+    const int width = image.Width();
+    const int height = image.Height();
+    const int depth = image.Depth();
+    const CPos step = image.Step();
+    const std::uint8_t* data = image.Data();
+    const bool threeD = dim == 3;
+    const int yFrom = std::max(y0, 0);
+    const int yTo = std::min(y1, height);
+    const int xFrom = std::max(x0, 0);
+    int z = z0;
+    do
+    {
+        if (z >= 0 && z < depth)
+            for (int y = yFrom; y < yTo; ++y)
+            {
+                const std::uint8_t* row = data + z * step.Z() + y * step.Y();
+                const int first = Impl::FirstMatch<Pixel>(row, step.X(), xFrom, width, match);
+                if (first >= width)
+                    continue;
+                AppendPoint(points, dim, first, y, z);
+                Widen(box, first, y, z, threeD);
+                const int last = Impl::LastMatch<Pixel>(row, step.X(), std::min(x1, width) - 1, first, match);
+                if (last > first)
+                {
+                    AppendPoint(points, dim, last, y, z);
+                    Widen(box, last, y, z, threeD);
+                }
+            }
+        ++z;
+    } while (z < z1);
+}
+
+template <class Pixel, class Match>
+CBox typed_loadPointsFromImage(const CImage& image, std::size_t dim, const Match& match,
+                               std::list<CMatrix<double>>& points)
+{
+    const CSize size = image.Size();
+    const int depth = dim == 3 ? size.Depth() : 0;
+    CBox box{size.Width(), size.Height(), depth, 0, 0, 0};
+    if (dim != 2 && dim != 3)
+        TOLX_THROW("typed_loadPointsFromImage", 130, "1d not implemented");
+    ScanRows<Pixel>(image, dim, 0, 0, 0, size.Width(), size.Height(), depth, match, points, box);
+    return box;
+}
+
+template <class Pixel>
+void typed_loadPointsFromImageBox(const CImage& image, std::size_t dim, Pixel colour, int x0, int y0, int z0, int x1,
+                                  int y1, int z1, std::list<CMatrix<double>>& points)
+{
+    const CSize size = image.Size();
+    if (x1 == 0 || y1 == 0 || z1 == 0)
+    {
+        x1 = size.Width();
+        y1 = size.Height();
+        z1 = dim == 3 ? size.Depth() : 0;
+    }
+    if (dim != 2 && dim != 3)
+        TOLX_THROW("typed_loadPointsFromImageBox", 274, "1d not implemented");
+    CBox unused{0, 0, 0, 0, 0, 0};
+    // A 3-D box scan starts only while z < z1; the 2-D one always reads slice z0.
+    if (dim == 3 && z0 >= z1)
+        return;
+    ScanRows<Pixel>(image, dim, x0, y0, z0, x1, y1, z1, Impl::MatchColour<Pixel>(colour), points, unused);
+}
+
+template <class Pixel>
+void typed_paintConvexHullToImage(CImage& image, std::size_t dim, const std::list<CMatrix<double>>& normals,
+                                  const std::list<double>& offsets, double eps, CBox box, Pixel colour)
+{
+    if (dim > 3)
+        TOLX_THROW("typed_paintConvexHullToImage", 141,
+                   "The paintConvexHullToImage(...) functionality is only provided in 3-space, but was called with a "
+                   "ConvexHullComputer in %1-space",
+                   dim);
+    if (dim != 2 && dim != 3)
+        TOLX_THROW("typed_paintConvexHullToImage", 203, "1d not impl");
+
+    // The planes as plain numbers: d normal components, then the offset.
+    std::vector<double> planes;
+    planes.reserve(normals.size() * (dim + 1));
+    auto offset = offsets.begin();
+    for (auto normal = normals.begin(); normal != normals.end() && offset != offsets.end(); ++normal, ++offset)
+    {
+        planes.insert(planes.end(), normal->Data(), normal->Data() + dim);
+        planes.push_back(*offset);
+    }
+
+    // Pixels outside the image do not exist; the rows inside it are painted
+    // exactly as an unbounded scan would paint them.
+    const int x0 = std::max(box.xmin, 0);
+    const int x1 = std::min(box.xmax, image.Width() - 1);
+    const int y0 = std::max(box.ymin, 0);
+    const int y1 = std::min(box.ymax, image.Height() - 1);
+    const int z0 = dim == 3 ? std::max(box.zmin, 0) : 0;
+    const int z1 = dim == 3 ? std::min(box.zmax, image.Depth() - 1) : std::min(0, image.Depth() - 1);
+    const Impl::CHullSpans spans(planes, dim, eps, x0, y0, z0, x1, y1, z1);
+
+    const CPos step = image.Step();
+    std::uint8_t* data = image.Data();
+    for (int z = z0; z <= z1; ++z)
+        for (int y = y0; y <= y1; ++y)
+        {
+            int left = 0;
+            int right = -1;
+            if (!spans.Row(y, z, left, right))
+                continue;
+            std::uint8_t* row = data + z * step.Z() + y * step.Y();
+            for (int x = left; x <= right; ++x)
+                std::memcpy(row + x * step.X(), &colour, sizeof colour);
+        }
+}
+} // namespace
+
+CConvexHullComputer::CBox CConvexHullComputer::loadPointsFromImage(const CImage& image)
+{
+    if (dimSpace > 3)
+        TOLX_THROW(kLoadName, 756, kLoadThreeSpace, dimSpace);
+    points.clear();
+    const IImage::CType& type = image.Type();
+    if (type == IMAGE_BINARY_FG)
+        return typed_loadPointsFromImage<std::uint8_t>(image, dimSpace, Impl::MatchNonZero<std::uint8_t>(), points);
+    if (type == IMAGE_BINARY_BG)
+        return loadPointsFromImage(image, 0);
+    if (type == IMAGE_GREY_8)
+        return typed_loadPointsFromImage<std::uint8_t>(image, dimSpace, Impl::MatchNonZero<std::uint8_t>(), points);
+    if (type == IMAGE_GREY_16)
+        return typed_loadPointsFromImage<std::uint16_t>(image, dimSpace, Impl::MatchNonZero<std::uint16_t>(), points);
+    if (type == IMAGE_GREY_32)
+        return typed_loadPointsFromImage<std::uint32_t>(image, dimSpace, Impl::MatchNonZero<std::uint32_t>(), points);
+    TOLX_THROW(kLoadName, 785, kLoadTypes);
+}
+
+// A grey value beyond the pixel type's range is saturated here, while the
+// box loader cuts it to the pixel width; both are what callers rely on.
+CConvexHullComputer::CBox CConvexHullComputer::loadPointsFromImage(const CImage& image, std::size_t colour)
+{
+    if (dimSpace > 3)
+        TOLX_THROW(kLoadName, 791, kLoadThreeSpace, dimSpace);
+    points.clear();
+    const IImage::CType& type = image.Type();
+    if (type == IMAGE_BINARY_FG || type == IMAGE_BINARY_BG)
+    {
+        if (colour > 1)
+            TOLX_THROW(kLoadName, 800, kMonoColour);
+        return typed_loadPointsFromImage<std::uint8_t>(
+            image, dimSpace, Impl::MatchColour<std::uint8_t>(static_cast<std::uint8_t>(colour)), points);
+    }
+    if (type == IMAGE_GREY_8)
+        return typed_loadPointsFromImage<std::uint8_t>(
+            image, dimSpace, Impl::MatchColour<std::uint8_t>(static_cast<std::uint8_t>(std::min<std::size_t>(colour, 255))),
+            points);
+    if (type == IMAGE_GREY_16)
+        return typed_loadPointsFromImage<std::uint16_t>(
+            image, dimSpace,
+            Impl::MatchColour<std::uint16_t>(static_cast<std::uint16_t>(std::min<std::size_t>(colour, 65535))), points);
+    if (type == IMAGE_GREY_32)
+        return typed_loadPointsFromImage<std::uint32_t>(
+            image, dimSpace,
+            Impl::MatchColour<std::uint32_t>(static_cast<std::uint32_t>(std::min<std::size_t>(colour, 4294967295u))),
+            points);
+    TOLX_THROW(kLoadName, 819, kLoadTypes);
+}
+
+void CConvexHullComputer::loadPointsFromImageBox(const CImage& image, std::size_t colour, int x0, int y0, int z0,
+                                                 int x1, int y1, int z1)
+{
+    points.clear();
+    const IImage::CType& type = image.Type();
+    if (type == IMAGE_BINARY_FG || type == IMAGE_BINARY_BG)
+    {
+        if (colour > 1)
+            TOLX_THROW(kLoadBoxName, 833, kMonoColour);
+        typed_loadPointsFromImageBox<std::uint8_t>(image, dimSpace, static_cast<std::uint8_t>(colour), x0, y0, z0, x1,
+                                                   y1, z1, points);
+    }
+    else if (type == IMAGE_GREY_8)
+        typed_loadPointsFromImageBox<std::uint8_t>(image, dimSpace, static_cast<std::uint8_t>(colour), x0, y0, z0, x1,
+                                                   y1, z1, points);
+    else if (type == IMAGE_GREY_16)
+        typed_loadPointsFromImageBox<std::uint16_t>(image, dimSpace, static_cast<std::uint16_t>(colour), x0, y0, z0,
+                                                    x1, y1, z1, points);
+    else if (type == IMAGE_GREY_32)
+        typed_loadPointsFromImageBox<std::uint32_t>(image, dimSpace, static_cast<std::uint32_t>(colour), x0, y0, z0,
+                                                    x1, y1, z1, points);
+    else
+        TOLX_THROW(kLoadBoxName, 856, kLoadTypes);
+}
+
+void CConvexHullComputer::paintConvexHullToImage(CImage& image) const
+{
+    paintConvexHullToImage(image, CBox{0, 0, 0, image.Width() - 1, image.Height() - 1, image.Depth() - 1}, 1);
+}
+
+void CConvexHullComputer::paintConvexHullToImage(CImage& image, CBox box) const
+{
+    paintConvexHullToImage(image, box, 1);
+}
+
+// A binary foreground image takes grey values up to 255 here, although the
+// loader only accepts 0 and 1 for it.
+void CConvexHullComputer::paintConvexHullToImage(CImage& image, CBox box, std::size_t colour) const
+{
+    const IImage::CType& type = image.Type();
+    if (type == IMAGE_BINARY_FG || type == IMAGE_GREY_8)
+    {
+        if (colour >= 256)
+            TOLX_THROW(kPaintName, 884, kGreyRange, colour);
+        typed_paintConvexHullToImage<std::uint8_t>(image, dimSpace, equationsA, equationsB, eps, box,
+                                                   static_cast<std::uint8_t>(colour));
+    }
+    else if (type == IMAGE_GREY_16)
+    {
+        if (colour >= 65536)
+            TOLX_THROW(kPaintName, 892, kGreyRange, colour);
+        typed_paintConvexHullToImage<std::uint16_t>(image, dimSpace, equationsA, equationsB, eps, box,
+                                                    static_cast<std::uint16_t>(colour));
+    }
+    else if (type == IMAGE_GREY_32)
+    {
+        if (colour >= 4294967296u)
+            TOLX_THROW(kPaintName, 900, kGreyRange, colour);
+        typed_paintConvexHullToImage<std::uint32_t>(image, dimSpace, equationsA, equationsB, eps, box,
+                                                    static_cast<std::uint32_t>(colour));
+    }
+    else
+        TOLX_THROW(kPaintName, 904, "Not implemented for image type %1.", type.ToString());
 }
 } // namespace TOLX

@@ -5,12 +5,14 @@
 #include "Numeric/Matrix.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <vector>
 
 namespace TOLX
 {
+class CImage;
 class IObject;
 
 // Incremental convex hull of points in d-space (d >= 2): a start simplex of
@@ -52,6 +54,33 @@ public:
     std::list<double>& getb() { return equationsB; }
     const std::list<double>& getb() const { return equationsB; }
     const std::list<CFacet*>& GetFacets() const { return facets; }
+
+    // Bounding box of loaded image points, in pixel indices, inclusive. A
+    // loader that found nothing returns minima above the maxima.
+    struct CBox
+    {
+        std::int32_t xmin;
+        std::int32_t ymin;
+        std::int32_t zmin;
+        std::int32_t xmax;
+        std::int32_t ymax;
+        std::int32_t zmax;
+    };
+
+    // Replace the points by the leftmost and rightmost foreground pixel of
+    // every image row (d = 2: slice 0 as (x, y); d = 3: every slice). The
+    // first overload takes non-zero pixels, the second pixels equal to colour.
+    CBox loadPointsFromImage(const CImage& image);
+    CBox loadPointsFromImage(const CImage& image, std::size_t colour);
+    // The same within a sub-box (x1, y1, z1 exclusive; any of them 0 means
+    // the whole image); the forward search of a row runs to the image width.
+    void loadPointsFromImageBox(const CImage& image, std::size_t colour, int x0, int y0, int z0, int x1, int y1,
+                                int z1);
+    // Set every pixel of the box whose centre is inside the hull (within eps)
+    // to colour (1 unless given); the box defaults to the whole image.
+    void paintConvexHullToImage(CImage& image) const;
+    void paintConvexHullToImage(CImage& image, CBox box) const;
+    void paintConvexHullToImage(CImage& image, CBox box, std::size_t colour) const;
 
     static bool areAffinelyIndependent(const CMatrix<double>& P);
     static void printFacetList(const std::list<CFacet*>& L);
