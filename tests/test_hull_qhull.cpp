@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <list>
 #include <set>
 #include <sstream>
 #include <string>
@@ -169,9 +171,9 @@ void ExpectSamePlanes(CBothHulls& hulls)
     EXPECT_TRUE(onlyTheirs.empty()) << "Qhull planes (normal, offset) we lack:" << Describe(onlyTheirs);
 }
 
-// Probe points spread beyond the data: isInside must agree with Qhull's
-// half-spaces, which hold for points on the boundary within Qhull's own
-// rounding, so probes this close to a plane are not expected in random data.
+// Probe points, a part of them beyond the data: isInside must agree with
+// Qhull's half-spaces. isInside lets points 1e-12 outside pass; random probes
+// do not come that close to a plane.
 void ExpectSameInsideTest(CBothHulls& hulls, unsigned seed)
 {
     const std::size_t probes = 200;
