@@ -1,6 +1,7 @@
 // The vorn tool's TIFF reader and writer, checked against files written and
 // read with libtiff directly.
 
+#include "CaptureStderr.h"
 #include "Progress.h"
 #include "TiffIO.h"
 #include "ToolError.h"

@@ -32,7 +32,7 @@ std::int64_t LargestLabel(const TOLX::CImage& image)
 // One pass over all pixels: every non-zero pixel goes to its label's moments
 // and widens its label's box.
 template <class T>
-void AccumulateLabels(const TOLX::CImage& image, int dimension, TOLX::CObjectMoment& moments, std::vector<LabelBox>& boxes,
+void AccumulateLabels(const TOLX::CImage& image, TOLX::CObjectMoment& moments, std::vector<LabelBox>& boxes,
                       CProgress& progress)
 {
     const TOLX::CPos step = image.Step();
@@ -47,7 +47,7 @@ void AccumulateLabels(const TOLX::CImage& image, int dimension, TOLX::CObjectMom
                 const T label = LoadPixel<T>(row + x * sizeof(T));
                 if (label == 0)
                     continue;
-                moments(label, x, y, dimension == 3 ? z : 0);
+                moments(label, x, y, z); // z is 0 in a 2-D image
                 LabelBox& box = boxes[label];
                 box.xmin = std::min(box.xmin, x);
                 box.xmax = std::max(box.xmax, x);
@@ -144,7 +144,7 @@ AnalysisReport Analyze(const TOLX::CImage& image, CProgress& progress, TOLX::CIm
                          std::numeric_limits<int>::max(), -1, -1, -1};
     std::vector<LabelBox> boxes(static_cast<std::size_t>(report.labels), empty);
     WithPixelType(image.Type(), [&](auto element) {
-        AccumulateLabels<decltype(element)>(image, report.dimension, moments, boxes, progress);
+        AccumulateLabels<decltype(element)>(image, moments, boxes, progress);
     });
     {
         CMutedStandardError muted;
@@ -171,12 +171,17 @@ AnalysisReport Analyze(const TOLX::CImage& image, CProgress& progress, TOLX::CIm
     if (report.objects.empty())
         return report;
     TOLX::CImage scratch(TOLX::IMAGE_GREY_8, image.Size());
-    CProgressPass pass(progress, "hulls", static_cast<std::int64_t>(report.objects.size()));
-    for (std::size_t i = 0; i < report.objects.size(); ++i)
+    // A hull takes longer the larger its object, so progress counts pixels.
+    std::int64_t allPixels = 0;
+    for (const ObjectReport& object : report.objects)
+        allPixels += object.pixels;
+    CProgressPass pass(progress, "hulls", allPixels);
+    std::int64_t donePixels = 0;
+    for (ObjectReport& object : report.objects)
     {
-        ObjectReport& object = report.objects[i];
         object.hull = HullOfObject(image, report.dimension, object.label, object.box, scratch, paintInto);
-        pass.Advance(static_cast<std::int64_t>(i + 1));
+        donePixels += object.pixels;
+        pass.Advance(donePixels);
     }
     return report;
 }
