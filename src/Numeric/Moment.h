@@ -12,6 +12,24 @@
 
 namespace TOLX
 {
+namespace Impl
+{
+// Returns v unchanged, but through an empty asm statement that claims to
+// modify it in its SSE register. Applied to the products of the per-pixel
+// update of CObjectMoment, it keeps the optimiser from fusing the updates of
+// neighbouring sums into paired vector loads and stores: measured on x86-64
+// with GCC 12 at -O3, that paired form of the loop-carried update through
+// memory ran about three times slower than scalar code, because the sums of a
+// CMoment are not one contiguous block.
+inline double KeepScalar(double v) noexcept
+{
+#if defined(__x86_64__) && defined(__SSE2__)
+    __asm__("" : "+x"(v));
+#endif
+    return v;
+}
+} // namespace Impl
+
 // Geometric moments up to second order of one weighted point set in 2-D or
 // 3-D. Points are fed one at a time; the computations derive the centre of
 // mass, the central second moments, a covariance or inertia tensor with its
@@ -193,12 +211,12 @@ public:
         moment.m_m100 += x;
         moment.m_m010 += y;
         moment.m_m001 += z;
-        moment.m_m200 += x * x;
-        moment.m_m020 += y * y;
-        moment.m_m002 += z * z;
-        moment.m_m110 += x * y;
-        moment.m_m101 += x * z;
-        moment.m_m011 += y * z;
+        moment.m_m200 += Impl::KeepScalar(x * x);
+        moment.m_m020 += Impl::KeepScalar(y * y);
+        moment.m_m002 += Impl::KeepScalar(z * z);
+        moment.m_m110 += Impl::KeepScalar(x * y);
+        moment.m_m101 += Impl::KeepScalar(x * z);
+        moment.m_m011 += Impl::KeepScalar(y * z);
         // Both vectors have one element per label, so the index is valid here too.
         ++m_pixelCounts[static_cast<std::size_t>(label)];
     }
