@@ -116,7 +116,8 @@ void BM_ObjectMoment_Accumulate(benchmark::State& state)
     for (auto _ : state)
     {
         TOLX::CObjectMoment objects(kObjects + 1, 3);
-        ForEachLabelledVoxel(volume, [&objects](std::uint16_t l, double x, double y, double z) { objects(l, x, y, z); });
+        ForEachLabelledVoxel(volume,
+                             [&objects](std::uint16_t l, double x, double y, double z) { objects(l, x, y, z); });
         benchmark::DoNotOptimize(objects.getM011(kObjects));
     }
     SetVoxelCounters(state, volume);

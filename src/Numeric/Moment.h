@@ -19,7 +19,7 @@ namespace Impl
 // update of CObjectMoment, it keeps the optimiser from fusing the updates of
 // neighbouring sums into paired vector loads and stores: measured on x86-64
 // with GCC 12 at -O3, that paired form of the loop-carried update through
-// memory ran about three times slower than scalar code, because the sums of a
+// memory ran about 2.5 times slower than scalar code, because the sums of a
 // CMoment are not one contiguous block.
 inline double KeepScalar(double v) noexcept
 {

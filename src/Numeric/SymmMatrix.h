@@ -65,8 +65,9 @@ public:
     void SolveEigenProblem(CSymmMatrix& eigenvectors, std::vector<T>& eigenvalues, T eps) const;
 
 private:
-    T& At(std::size_t row, std::size_t col) { return Impl::CheckedAt(m_elements, static_cast<std::size_t>(m_n) * row + col); }
-    T At(std::size_t row, std::size_t col) const { return Impl::CheckedAt(m_elements, static_cast<std::size_t>(m_n) * row + col); }
+    std::size_t Index(std::size_t row, std::size_t col) const { return static_cast<std::size_t>(m_n) * row + col; }
+    T& At(std::size_t row, std::size_t col) { return Impl::CheckedAt(m_elements, Index(row, col)); }
+    T At(std::size_t row, std::size_t col) const { return Impl::CheckedAt(m_elements, Index(row, col)); }
     void RequireSymmetric() const;
 
     std::vector<T> m_elements;
