@@ -189,7 +189,7 @@ TEST(VornAnalysis, TooManyLabelsIsAnInputError)
     }
     catch (const vorn::CToolError& error)
     {
-        EXPECT_STREQ(error.what(), "the largest label is 16777216; vorn handles labels up to 16777215");
+        EXPECT_STREQ(error.what(), "the largest label is 4194304; vorn handles labels up to 4194303");
         EXPECT_EQ(error.ExitCode(), 1);
     }
 }

@@ -63,6 +63,8 @@ struct AnalysisReport
 // in ascending label order.
 AnalysisReport Analyze(const TOLX::CImage& image, CProgress& progress, TOLX::CImage* paintInto = nullptr);
 
-// The most labels an image may use; each takes a moment accumulator.
-constexpr std::int64_t MAX_LABELS = std::int64_t{1} << 24;
+// The most labels an image may use. Each takes a moment accumulator of about
+// 500 bytes whether or not it has pixels, and is visited by every per-label
+// pass: 2^22 labels take about 2 GB and 20 s even when few of them are used.
+constexpr std::int64_t MAX_LABELS = std::int64_t{1} << 22;
 } // namespace vorn
