@@ -12,94 +12,107 @@ namespace
 {
 // Leaves of at most this many probes are tested probe by probe.
 constexpr long kLeafProbes = 64;
-}
+} // namespace
 
 CHullSpans::CHullSpans(const std::vector<double>& planes, std::size_t d, double eps, int x0, int y0, int z0, int x1,
                        int y1, int z1)
-    : m_planes(planes), m_d(d), m_eps(eps), m_box{{x0, y0, z0}, {x1, y1, z1}}
+    : m_d(d), m_eps(eps), m_box{{x0, y0, z0}, {x1, y1, z1}}
 {
     if (x1 < x0 || y1 < y0 || z1 < z0)
         return;
     const std::size_t rows = static_cast<std::size_t>(y1 - y0 + 1) * static_cast<std::size_t>(z1 - z0 + 1);
     m_left.assign(rows, std::numeric_limits<int>::max());
     m_right.assign(rows, std::numeric_limits<int>::min());
-    const std::size_t count = planes.size() / (d + 1);
-    m_candidates.reserve(count * 4 + 16);
-    for (std::size_t k = 0; k < count; ++k)
-        m_candidates.push_back(k);
-    Visit(m_box, 0, count);
+    // Every level of the recursion keeps its planes contiguous on one stack,
+    // so the tests read memory in order.
+    m_stack.reserve(planes.size() * 4 + 64);
+    m_stack = planes;
+    Visit(m_box, 0, planes.size() / (d + 1));
+}
+
+std::size_t CHullSpans::RowIndex(int y, int z) const
+{
+    return static_cast<std::size_t>(z - m_box.lo[2]) * static_cast<std::size_t>(m_box.hi[1] - m_box.lo[1] + 1) +
+           static_cast<std::size_t>(y - m_box.lo[1]);
 }
 
 bool CHullSpans::Row(int y, int z, int& left, int& right) const
 {
     if (m_left.empty() || y < m_box.lo[1] || y > m_box.hi[1] || z < m_box.lo[2] || z > m_box.hi[2])
         return false;
-    const std::size_t row = static_cast<std::size_t>(z - m_box.lo[2]) * static_cast<std::size_t>(m_box.hi[1] - m_box.lo[1] + 1) +
-                            static_cast<std::size_t>(y - m_box.lo[1]);
-    left = m_left[row];
-    right = m_right[row];
+    left = m_left[RowIndex(y, z)];
+    right = m_right[RowIndex(y, z)];
     return left <= right;
 }
 
 void CHullSpans::Accept(int y, int z, int left, int right)
 {
-    const std::size_t row = static_cast<std::size_t>(z - m_box.lo[2]) * static_cast<std::size_t>(m_box.hi[1] - m_box.lo[1] + 1) +
-                            static_cast<std::size_t>(y - m_box.lo[1]);
+    const std::size_t row = RowIndex(y, z);
     m_left[row] = std::min(m_left[row], left);
     m_right[row] = std::max(m_right[row], right);
 }
 
-bool CHullSpans::Passes(std::size_t first, std::size_t count, int x, int y, int z) const
+bool CHullSpans::Passes(std::size_t first, std::size_t count, int x, int y, int z)
 {
     const double p[3] = {static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)};
-    for (std::size_t c = first; c < first + count; ++c)
+    const std::size_t width = m_d + 1;
+    double* planes = m_stack.data() + first;
+    for (std::size_t c = 0; c < count; ++c)
     {
-        const double* a = &m_planes[m_candidates[c] * (m_d + 1)];
+        const double* a = planes + c * width;
         double s = 0.0;
         for (std::size_t i = 0; i < m_d; ++i)
             s = s + a[i] * p[i];
         if (s - a[m_d] > m_eps)
+        {
+            // Neighbouring probes are mostly rejected by the same plane: try
+            // it first next time. The order of the tests decides nothing.
+            std::swap_ranges(planes, planes + width, planes + c * width);
             return false;
+        }
     }
     return true;
 }
 
 void CHullSpans::Visit(const Box& box, std::size_t first, std::size_t count)
 {
-    // Sort the candidates of this part into those that still straddle it,
-    // pushed on top of the stack for the children; planes that accept the
-    // whole part are dropped, one that rejects it ends the visit.
-    const std::size_t mine = m_candidates.size();
-    for (std::size_t c = first; c < first + count; ++c)
+    // Sort the planes of this part into those that still straddle it, copied
+    // on top of the stack for the children; planes that accept the whole part
+    // are dropped, one that rejects it ends the visit.
+    const std::size_t width = m_d + 1;
+    const std::size_t mine = m_stack.size();
+    for (std::size_t c = 0; c < count; ++c)
     {
-        const double* a = &m_planes[m_candidates[c] * (m_d + 1)];
+        const std::size_t at = first + c * width;
         double lo = 0.0;
         double hi = 0.0;
-        double magnitude = std::fabs(a[m_d]);
+        double magnitude = std::fabs(m_stack[at + m_d]);
         for (std::size_t i = 0; i < m_d; ++i)
         {
-            const double from = a[i] * box.lo[i];
-            const double to = a[i] * box.hi[i];
+            const double from = m_stack[at + i] * box.lo[i];
+            const double to = m_stack[at + i] * box.hi[i];
             lo += std::min(from, to);
             hi += std::max(from, to);
             magnitude += std::max(std::fabs(from), std::fabs(to));
         }
-        lo -= a[m_d];
-        hi -= a[m_d];
-        // Far more than the rounding of either sum can amount to.
+        lo -= m_stack[at + m_d];
+        hi -= m_stack[at + m_d];
+        // Far more than the rounding of either sum, or of the inside test's
+        // own sum at any probe of the part, can amount to.
         const double margin = 1e-12 * (1.0 + magnitude);
         if (lo - margin > m_eps)
         {
-            m_candidates.resize(mine);
+            m_stack.resize(mine);
             return;
         }
         if (hi + margin > m_eps)
-        {
-            const std::size_t plane = m_candidates[c];
-            m_candidates.push_back(plane);
-        }
+            for (std::size_t i = 0; i < width; ++i)
+            {
+                const double value = m_stack[at + i];
+                m_stack.push_back(value);
+            }
     }
-    const std::size_t straddling = m_candidates.size() - mine;
+    const std::size_t straddling = (m_stack.size() - mine) / width;
     const long probes = static_cast<long>(box.hi[0] - box.lo[0] + 1) * (box.hi[1] - box.lo[1] + 1) *
                         (box.hi[2] - box.lo[2] + 1);
     if (straddling == 0)
@@ -110,11 +123,20 @@ void CHullSpans::Visit(const Box& box, std::size_t first, std::size_t count)
     }
     else if (probes <= kLeafProbes)
     {
+        // The accepted probes of a row are one interval: find its two ends.
         for (int z = box.lo[2]; z <= box.hi[2]; ++z)
             for (int y = box.lo[1]; y <= box.hi[1]; ++y)
-                for (int x = box.lo[0]; x <= box.hi[0]; ++x)
-                    if (Passes(mine, straddling, x, y, z))
-                        Accept(y, z, x, x);
+            {
+                int left = box.lo[0];
+                while (left <= box.hi[0] && !Passes(mine, straddling, left, y, z))
+                    ++left;
+                if (left > box.hi[0])
+                    continue;
+                int right = box.hi[0];
+                while (right > left && !Passes(mine, straddling, right, y, z))
+                    --right;
+                Accept(y, z, left, right);
+            }
     }
     else
     {
@@ -131,7 +153,7 @@ void CHullSpans::Visit(const Box& box, std::size_t first, std::size_t count)
         Visit(lower, mine, straddling);
         Visit(upper, mine, straddling);
     }
-    m_candidates.resize(mine);
+    m_stack.resize(mine);
 }
 } // namespace Impl
 } // namespace TOLX

@@ -40,18 +40,19 @@ private:
         int hi[3];
     };
 
+    // The planes of a part are `count` blocks of d + 1 numbers at m_stack[first].
     void Visit(const Box& box, std::size_t first, std::size_t count);
     void Accept(int y, int z, int left, int right);
-    bool Passes(std::size_t first, std::size_t count, int x, int y, int z) const;
+    bool Passes(std::size_t first, std::size_t count, int x, int y, int z);
+    std::size_t RowIndex(int y, int z) const;
 
-    const std::vector<double>& m_planes;
     std::size_t m_d;
     double m_eps;
     Box m_box;
     std::vector<int> m_left;
     std::vector<int> m_right;
-    // Candidate plane indices of every level of the recursion, one stack.
-    std::vector<std::size_t> m_candidates;
+    // The planes of every level of the recursion, one stack.
+    std::vector<double> m_stack;
 };
 } // namespace Impl
 } // namespace TOLX
