@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 
 // Runs action, which must throw TOLX::CException, and checks the message and
@@ -32,5 +33,20 @@ void ExpectThrowAt(Action&& action, const std::string& message, const std::strin
             EXPECT_EQ(at.dateTime[11], '-');
             EXPECT_EQ(at.dateTime[14], ':');
         }
+    }
+}
+
+// The standard containers' subscript failure, with the text hosts expect.
+template <class Action>
+void ExpectBadSubscript(Action&& action)
+{
+    try
+    {
+        action();
+        ADD_FAILURE() << "no std::out_of_range";
+    }
+    catch (const std::out_of_range& e)
+    {
+        EXPECT_STREQ(e.what(), "invalid vector<T> subscript");
     }
 }

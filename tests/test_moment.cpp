@@ -26,20 +26,6 @@ const char* const kDeprecation = "Warning: CMoment::Compute() is deprecated, use
                                  "CMoment::ComputeInertia() instead!\n";
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-template <class Action>
-void ExpectBadSubscript(Action&& action)
-{
-    try
-    {
-        action();
-        ADD_FAILURE() << "no std::out_of_range";
-    }
-    catch (const std::out_of_range& e)
-    {
-        EXPECT_STREQ(e.what(), "invalid vector<T> subscript");
-    }
-}
-
 struct Point
 {
     double w, x, y, z;

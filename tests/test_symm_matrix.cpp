@@ -18,20 +18,6 @@ namespace
 const char* const kFile = "src/Numeric/SymmMatrix.h";
 constexpr double kEps = 2.220446049250313e-16;
 
-template <class Action>
-void ExpectBadSubscript(Action&& action)
-{
-    try
-    {
-        action();
-        ADD_FAILURE() << "no std::out_of_range";
-    }
-    catch (const std::out_of_range& e)
-    {
-        EXPECT_STREQ(e.what(), "invalid vector<T> subscript");
-    }
-}
-
 std::vector<double> Elements(const CSymmMatrix<double>& m)
 {
     std::vector<double> out;

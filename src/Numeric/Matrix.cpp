@@ -60,23 +60,25 @@ CMatrix<T>::~CMatrix() = default;
 // The two accessors word their messages differently ("bounds." without a
 // blank when writing); hosts match on the exact texts.
 template <class T>
-T CMatrix<T>::operator()(std::size_t row, std::size_t col) const
+std::size_t CMatrix<T>::Index(std::size_t row, std::size_t col, int line, const char* text) const
 {
     if (row >= m_rows || col >= m_cols)
-        TOLX_THROW(Member<T>("operator ()"), 83,
-                   "Index exceeds matrix bounds. Tried to access index (%1,%2) but Matrix size is %3-by-%4", row, col,
-                   m_rows, m_cols);
-    return m_elements[row * m_cols + col];
+        TOLX_THROW(Member<T>("operator ()"), line, text, row, col, m_rows, m_cols);
+    return row * m_cols + col;
+}
+
+template <class T>
+T CMatrix<T>::operator()(std::size_t row, std::size_t col) const
+{
+    return m_elements[Index(row, col, 83,
+                            "Index exceeds matrix bounds. Tried to access index (%1,%2) but Matrix size is %3-by-%4")];
 }
 
 template <class T>
 T& CMatrix<T>::operator()(std::size_t row, std::size_t col)
 {
-    if (row >= m_rows || col >= m_cols)
-        TOLX_THROW(Member<T>("operator ()"), 91,
-                   "Index exceeds matrix bounds.Tried to access index (%1,%2) but Matrix size is %3-by-%4", row, col,
-                   m_rows, m_cols);
-    return m_elements[row * m_cols + col];
+    return m_elements[Index(row, col, 91,
+                            "Index exceeds matrix bounds.Tried to access index (%1,%2) but Matrix size is %3-by-%4")];
 }
 
 template <class T>

@@ -40,6 +40,9 @@ public:
     T* Data() noexcept { return m_elements.data(); }
 
 private:
+    // Row-major position of (row, col); out of bounds throws text at line.
+    std::size_t Index(std::size_t row, std::size_t col, int line, const char* text) const;
+
     std::size_t m_rows = 0;
     std::size_t m_cols = 0;
     std::vector<T> m_elements;

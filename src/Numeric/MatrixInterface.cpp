@@ -28,6 +28,13 @@ std::vector<T> ElementsOf(const IMatrix<T>& m)
             copy.push_back(m(i, j));
     return copy;
 }
+// Element-wise operations need equal shapes, rows compared first.
+template <class T>
+void RequireSameShape(const IMatrix<T>& self, const IMatrix<T>& other, const char* member, int line, const char* text)
+{
+    if (self.Rows() != other.Rows() || self.Cols() != other.Cols())
+        TOLX_THROW(Member<T>(member), line, text, self.Rows(), self.Cols(), other.Rows(), other.Cols());
+}
 } // namespace
 
 template <class T>
@@ -102,9 +109,7 @@ IMatrix<T>& IMatrix<T>::operator*=(const T& factor)
 template <class T>
 IMatrix<T>& IMatrix<T>::operator+=(const IMatrix& other)
 {
-    if (Rows() != other.Rows() || Cols() != other.Cols())
-        TOLX_THROW(Member<T>("operator +="), 130, "Tried to add %1-by-%2 and %3-by-%4 matrices", Rows(), Cols(),
-                   other.Rows(), other.Cols());
+    RequireSameShape(*this, other, "operator +=", 130, "Tried to add %1-by-%2 and %3-by-%4 matrices");
     for (std::size_t i = 0; i < Rows(); ++i)
         for (std::size_t j = 0; j < Cols(); ++j)
             (*this)(i, j) += other(i, j);
@@ -135,9 +140,7 @@ void IMatrix<T>::Transpose()
 template <class T>
 IMatrix<T>& IMatrix<T>::operator-=(const IMatrix& other)
 {
-    if (Rows() != other.Rows() || Cols() != other.Cols())
-        TOLX_THROW(Member<T>("operator -="), 145, "Tried to subtract %1-by-%2 and %3-by-%4 matrices", Rows(), Cols(),
-                   other.Rows(), other.Cols());
+    RequireSameShape(*this, other, "operator -=", 145, "Tried to subtract %1-by-%2 and %3-by-%4 matrices");
     for (std::size_t i = 0; i < Rows(); ++i)
         for (std::size_t j = 0; j < Cols(); ++j)
             (*this)(i, j) -= other(i, j);
