@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -138,26 +139,43 @@ TEST(Facet, ThroughDPointsGetsUnitNormalAndOffset)
 }
 
 // The normal is the right singular vector of the smallest singular value of
-// the edge matrix, the lowest index winning a tie; checked against the
-// decomposition itself for degenerate point sets.
-TEST(Facet, DegenerateInputTakesLowestIndexedVanishingSingularValue)
+// the edge matrix (CNumeric::Svd, unsorted), the lowest index winning a tie;
+// b is A times the first vertex. Checked bit for bit on degenerate point sets
+// and on random ones up to dimensions beyond the facet's stack storage.
+TEST(Facet, NormalIsTheSvdNullVectorOfTheEdges)
 {
-    for (const std::vector<double>& points : {std::vector<double>{0, 0, 0, 1, 2, 3, 2, 4, 6},
-                                             std::vector<double>{1, 2, 3, 1, 2, 3, 1, 2, 3}})
+    std::vector<CMatrix<double>> inputs{Columns(3, {0, 0, 0, 1, 2, 3, 2, 4, 6}), Columns(3, {1, 2, 3, 1, 2, 3, 1, 2, 3})};
+    std::mt19937 gen(1);
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    for (std::size_t d = 2; d <= 11; ++d)
     {
-        const CMatrix<double> V = Columns(3, points);
-        CMatrix<double> M(2, 3), U(2, 3), S(3, 1), W(3, 3);
-        for (std::size_t i = 1; i < 3; ++i)
-            for (std::size_t c = 0; c < 3; ++c)
+        CMatrix<double> V(d, d);
+        for (std::size_t i = 0; i < d; ++i)
+            for (std::size_t j = 0; j < d; ++j)
+                V(i, j) = u(gen);
+        inputs.push_back(V);
+    }
+    for (const CMatrix<double>& V : inputs)
+    {
+        const std::size_t d = V.Rows();
+        CMatrix<double> M(d - 1, d), U(d - 1, d), S(d, 1), W(d, d);
+        for (std::size_t i = 1; i < d; ++i)
+            for (std::size_t c = 0; c < d; ++c)
                 M(i - 1, c) = V(c, i) - V(c, 0);
         ASSERT_TRUE(TOLX::CNumeric::Svd(M, U, S, W, false));
         std::size_t m = 0;
-        for (std::size_t j = 1; j < 3; ++j)
+        for (std::size_t j = 1; j < d; ++j)
             if (S(j, 0) < S(m, 0))
                 m = j;
+        ASSERT_LT(std::fabs(S(m, 0)), CFacet::eps);
         const CFacet f(V);
-        for (std::size_t c = 0; c < 3; ++c)
-            EXPECT_EQ(f.getA()(0, c), W(c, m));
+        double b = 0.0;
+        for (std::size_t c = 0; c < d; ++c)
+        {
+            EXPECT_EQ(f.getA()(0, c), W(c, m)) << "d " << d;
+            b = b + V(c, 0) * W(c, m);
+        }
+        EXPECT_EQ(f.getb()(0, 0), b);
     }
 }
 

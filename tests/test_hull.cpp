@@ -4,6 +4,7 @@
 // every point lies on one side of it).
 
 #include "ExpectThrow.h"
+#include "Numeric/helpers/HullLookup.h"
 #include "VornNumeric.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +12,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
+#include <list>
+#include <memory>
 #include <random>
 #include <sstream>
 #include <string>
@@ -626,4 +630,361 @@ TEST(Hull, NullNeighbourIsReportedAndSkipped)
     EXPECT_TRUE(steps.horizon.empty());
     EXPECT_EQ(steps.visibleFacets, std::list<CFacet*>{&lonely});
     steps.visibleFacets.clear();
+}
+
+namespace
+{
+// The construction exactly as described, with list scans and copies, built
+// on the public facet operations. The computer must produce the same facets
+// in the same order, the same neighbours and the same equations, bit for bit.
+class ReferenceHull
+{
+public:
+    ReferenceHull(std::size_t d, const std::list<CMatrix<double>>& input) : m_d(d), m_points(input) {}
+
+    void compute()
+    {
+        CMatrix<double> S(m_d, m_d + 1);
+        startPoints(S);
+        makeSimplex(S);
+        distribute(m_facets);
+        CMatrix<double> p(m_d, 1);
+        for (;;)
+        {
+            CFacet* f = nullptr;
+            for (CFacet* g : m_facets)
+                if (furthest(g, p))
+                {
+                    f = g;
+                    break;
+                }
+            if (f == nullptr)
+                break;
+            horizonFrom(f, p);
+            m_newFacets.clear();
+            buildOn(m_horizon.front(), p);
+            m_horizon.clear();
+            distribute(m_newFacets);
+            m_facets.splice(m_facets.begin(), m_newFacets);
+            for (CFacet* v : m_visible)
+                m_facets.remove(v);
+            m_visible.clear();
+        }
+        for (CFacet* f : m_facets)
+        {
+            bool known = false;
+            for (const CMatrix<double>& r : equationsA)
+            {
+                bool same = true;
+                for (std::size_t j = 0; j < m_d; ++j)
+                    same = same && std::fabs(f->getA()(0, j) - r(0, j)) <= 1e-12;
+                known = known || same;
+            }
+            if (!known)
+            {
+                equationsA.push_front(f->getA());
+                equationsB.push_front(f->getb()(0, 0));
+            }
+        }
+    }
+
+    const std::list<CFacet*>& facets() const { return m_facets; }
+    std::list<CMatrix<double>> equationsA;
+    std::list<double> equationsB;
+
+private:
+    static bool above(const CFacet* f, const CMatrix<double>& p)
+    {
+        CMatrix<double> h = f->getA();
+        h *= p;
+        return h(0, 0) > f->getb()(0, 0) + 1e-12;
+    }
+
+    static bool furthest(const CFacet* f, CMatrix<double>& p)
+    {
+        double threshold = f->getb()(0, 0) + 1e-12;
+        bool found = false;
+        for (const CMatrix<double>& q : f->getOutsideSet())
+            if ((f->getA() * q)(0, 0) > threshold)
+            {
+                threshold = (f->getA() * q)(0, 0);
+                p = q;
+                found = true;
+            }
+        return found;
+    }
+
+    static CMatrix<double> WithoutColumn(const CMatrix<double>& M, std::size_t skip)
+    {
+        CMatrix<double> R(M.Rows(), 0);
+        for (std::size_t j = 0; j < M.Cols(); ++j)
+            if (j != skip)
+                R.AddCols(M.GetCol(j));
+        return R;
+    }
+
+    void startPoints(CMatrix<double>& S)
+    {
+        const auto n = static_cast<std::uint32_t>(m_points.size());
+        for (std::uint32_t attempt = 1; attempt < 10u * n; ++attempt)
+        {
+            std::vector<std::size_t> chosen;
+            std::size_t needed = S.Cols();
+            for (std::uint32_t i = 0; needed > 0; ++i)
+                if (TOLX::Rand15() * (1.0 / 32768.0) * double(n - i) < double(needed))
+                {
+                    chosen.push_back(i);
+                    --needed;
+                }
+            std::size_t index = 0, column = 0;
+            for (const CMatrix<double>& q : m_points)
+            {
+                if (std::find(chosen.begin(), chosen.end(), index++) != chosen.end())
+                {
+                    for (std::size_t r = 0; r < m_d; ++r)
+                        S(r, column) = q(r, 0);
+                    ++column;
+                }
+            }
+            if (CConvexHullComputer::areAffinelyIndependent(S))
+                return;
+        }
+        FAIL() << "no start simplex";
+    }
+
+    CFacet* make(std::unique_ptr<CFacet> f)
+    {
+        m_owned.push_back(std::move(f));
+        return m_owned.back().get();
+    }
+
+    void makeSimplex(const CMatrix<double>& S)
+    {
+        for (std::size_t i = 0; i < S.Cols(); ++i)
+        {
+            CFacet* f = make(std::make_unique<CFacet>(WithoutColumn(S, i)));
+            m_facets.push_front(f);
+            if (above(f, S.GetCol(i)))
+                f->flipDirection();
+            for (CFacet* g : m_facets)
+            {
+                g->addNeighbour(f);
+                f->addNeighbour(g);
+            }
+        }
+    }
+
+    void distribute(const std::list<CFacet*>& L)
+    {
+        for (CFacet* f : L)
+            for (auto it = m_points.begin(); it != m_points.end();)
+            {
+                if (above(f, *it))
+                {
+                    f->addToOutsideSet(*it);
+                    it = m_points.erase(it);
+                }
+                else
+                    ++it;
+            }
+        m_points.clear();
+    }
+
+    void horizonFrom(CFacet* f, const CMatrix<double>& p)
+    {
+        m_visible.push_front(f);
+        const std::list<CMatrix<double>> outside = f->getOutsideSet();
+        m_points.insert(m_points.begin(), outside.begin(), outside.end());
+        const std::vector<CFacet*> N = f->getNeighbours();
+        for (std::size_t i = 0; i < N.size(); ++i)
+        {
+            if (above(N[i], p))
+            {
+                if (std::find(m_visible.begin(), m_visible.end(), N[i]) == m_visible.end())
+                    horizonFrom(N[i], p);
+                continue;
+            }
+            CMatrix<double> ridge = WithoutColumn(f->getVertices(), i);
+            CMatrix<double> opposite = f->getVertices().GetCol(i);
+            m_connectors.push_back(std::make_unique<TOLX::CFacetConnector>(f, N[i], ridge, opposite));
+            m_horizon.push_front(m_connectors.back().get());
+        }
+    }
+
+    void buildOn(TOLX::CFacetConnector* c, CMatrix<double>& p)
+    {
+        CFacet* nf = make(std::make_unique<CFacet>(c, p));
+        m_newFacets.push_front(nf);
+        if (above(nf, c->getReferencePoint()))
+            nf->flipDirection();
+        c->setConstructedFacet(nf);
+        c->getHiddenFacet()->addNeighbour(nf);
+        nf->addNeighbour(c->getHiddenFacet());
+        for (std::size_t k = 0; k < c->getVertices().Cols(); ++k)
+        {
+            CMatrix<double> Q = WithoutColumn(c->getVertices(), k);
+            for (TOLX::CFacetConnector* c2 : m_horizon)
+            {
+                if (c2 == c || !c2->hasVertices(Q))
+                    continue;
+                if (CFacet* e = c2->getConstructedFacet())
+                {
+                    e->addNeighbour(nf);
+                    nf->addNeighbour(e);
+                }
+                else
+                    buildOn(c2, p);
+            }
+        }
+    }
+
+    std::size_t m_d;
+    std::list<CMatrix<double>> m_points;
+    std::list<CFacet*> m_facets, m_visible, m_newFacets;
+    std::list<TOLX::CFacetConnector*> m_horizon;
+    std::vector<std::unique_ptr<CFacet>> m_owned;
+    std::vector<std::unique_ptr<TOLX::CFacetConnector>> m_connectors;
+};
+
+std::vector<int> NeighbourIndices(const CFacet* f, const std::list<CFacet*>& all)
+{
+    std::vector<int> result;
+    for (const CFacet* g : f->getNeighbours())
+    {
+        const auto at = std::find(all.begin(), all.end(), g);
+        result.push_back(at == all.end() ? -1 : int(std::distance(all.begin(), at)));
+    }
+    return result;
+}
+
+void ExpectSameAsReference(const std::vector<Point>& points, unsigned seed, const std::string& label)
+{
+    const std::size_t d = points.front().size();
+    CConvexHullComputer hull = HullOf(points);
+    ReferenceHull reference(d, hull.getPoints());
+    TOLX::SeedRand15(seed);
+    hull.compute();
+    const int next = TOLX::Rand15();
+    TOLX::SeedRand15(seed);
+    reference.compute();
+    EXPECT_EQ(TOLX::Rand15(), next) << label;
+
+    const std::list<CFacet*> mine(hull.GetFacets().begin(), hull.GetFacets().end());
+    ASSERT_EQ(mine.size(), reference.facets().size()) << label;
+    auto ref = reference.facets().begin();
+    for (const CFacet* f : mine)
+    {
+        ASSERT_TRUE(f->getVertices() == (*ref)->getVertices()) << label;
+        ASSERT_TRUE(f->getA() == (*ref)->getA()) << label;
+        ASSERT_TRUE(f->getb() == (*ref)->getb()) << label;
+        ASSERT_EQ(NeighbourIndices(f, mine), NeighbourIndices(*ref, reference.facets())) << label;
+        EXPECT_TRUE(f->getOutsideSet().empty());
+        ++ref;
+    }
+    ASSERT_EQ(hull.getA().size(), reference.equationsA.size()) << label;
+    EXPECT_TRUE(std::equal(hull.getA().begin(), hull.getA().end(), reference.equationsA.begin())) << label;
+    EXPECT_EQ(hull.getb(), reference.equationsB) << label;
+}
+} // namespace
+
+TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
+{
+    for (std::size_t d = 2; d <= 5; ++d)
+        ExpectSameAsReference(RandomBall(d, d == 5 ? 250 : 600, 7 + unsigned(d)), 11 + unsigned(d),
+                              "ball d=" + std::to_string(d));
+
+    std::vector<Point> sphere = RandomBall(3, 400, 3);
+    for (Point& p : sphere)
+    {
+        const double r = std::sqrt(Dot(p, p));
+        for (double& x : p)
+            x /= r;
+    }
+    ExpectSameAsReference(sphere, 5, "sphere");
+
+    // A grid: many coplanar facets, points on facets and duplicates.
+    std::vector<Point> grid;
+    for (int i = 0; i < 64; ++i)
+        grid.push_back({double(i % 4), double((i / 4) % 4), double(i / 16)});
+    const std::vector<Point> repeated(grid.begin(), grid.begin() + 20);
+    grid.insert(grid.end(), repeated.begin(), repeated.end());
+    ExpectSameAsReference(grid, 8, "grid");
+
+    std::vector<Point> square;
+    for (int i = 0; i < 100; ++i)
+        square.push_back({double(i % 10), double(i / 10)});
+    ExpectSameAsReference(square, 3, "square grid");
+}
+
+// A point of the wrong shape makes the facet-by-facet order throw at its
+// first product, after the first facet has taken the points before it that
+// lie above it; nothing else has moved.
+TEST(Hull, MalformedPointStopsTheDistributionWhereTheLiteralOrderWould)
+{
+    Probe steps(3);
+    steps.makeSimplex(Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}}));
+    // Front facet: z = 0 with outward normal (0, 0, -1); the slanted facet
+    // x + y + z = 1 is last.
+    const std::vector<Point> before{{0.2, 0.2, -1}, {2, 2, 2}, {0.1, 0.1, 0.1}, {0.3, 0.1, -2}, {-1, 0.2, 0.2}};
+    const std::vector<Point> after{{0.2, 0.2, -3}, {3, 3, 3}};
+    for (auto p = after.rbegin(); p != after.rend(); ++p)
+        steps.addPoint(Col(*p));
+    steps.addPoint(Col({1, 2})); // 2-by-1 in 3-space
+    for (auto p = before.rbegin(); p != before.rend(); ++p)
+        steps.addPoint(Col(*p));
+
+    ExpectThrowAt([&] { steps.distributePoints(steps.facets); }, "Tried to multiply 1-by-3 *= 2-by-1 matrices",
+                  "TOLX::IMatrix<double>::operator *=", "src/Numeric/MatrixInterface.cpp", 85);
+
+    std::vector<Point> front;
+    for (const CMatrix<double>& q : steps.facets.front()->getOutsideSet())
+        front.push_back(AsPoint(q));
+    EXPECT_EQ(front, (std::vector<Point>{{0.3, 0.1, -2}, {0.2, 0.2, -1}}));
+    for (auto f = std::next(steps.facets.begin()); f != steps.facets.end(); ++f)
+        EXPECT_TRUE((*f)->getOutsideSet().empty());
+    std::vector<Point> left;
+    for (const CMatrix<double>& q : steps.points)
+        left.push_back(q.Rows() == 3 ? AsPoint(q) : Point{});
+    EXPECT_EQ(left, (std::vector<Point>{{2, 2, 2}, {0.1, 0.1, 0.1}, {-1, 0.2, 0.2}, {}, {0.2, 0.2, -3}, {3, 3, 3}}));
+}
+
+// The index behind the equation merging and the vertex lists must offer the
+// exact test every key a scan over all keys would accept: keys are drawn on
+// a coarse lattice of the tolerance, so that many pairs lie within it, at
+// distances up to it, across cell borders, at zero and beyond the range the
+// cells cover.
+TEST(Hull, NearKeyIndexAnswersAsALinearScan)
+{
+    const double tol = 1e-6;
+    std::mt19937 gen(4);
+    std::uniform_int_distribution<int> step(-6, 6);
+    std::uniform_int_distribution<int> pick(0, 19);
+    const double special[] = {0.0, -0.0, tol * 1048576.0 * 3.5, 1e300, std::nan(""), HUGE_VAL};
+    std::vector<std::vector<double>> keys;
+    TOLX::Impl::CNearKeyIndex index({tol, 0.0, tol}, 0);
+    auto within = [&](const std::vector<double>& a, const std::vector<double>& b) {
+        return std::fabs(a[0] - b[0]) <= tol && a[1] == b[1] && std::fabs(a[2] - b[2]) <= tol;
+    };
+    std::size_t matched = 0;
+    for (int n = 0; n < 4000; ++n)
+    {
+        std::vector<double> key(3);
+        for (double& x : key)
+        {
+            const int s = pick(gen);
+            // From a cell border (cells are tol * 2^20 wide, offset by half
+            // a cell), in steps of half the tolerance.
+            x = s < 6 ? special[s] : (1.5 + s % 3) * tol * 1048576.0 + step(gen) * tol * 0.5;
+        }
+        bool expected = false;
+        for (const std::vector<double>& k : keys)
+            expected = expected || within(key, k);
+        const bool found = index.findMatch(key.data(), [&](std::size_t id) { return within(key, keys[id]); });
+        ASSERT_EQ(found, expected) << n;
+        matched += found;
+        index.insert(key.data());
+        keys.push_back(key);
+    }
+    EXPECT_GT(matched, 300u);
+    EXPECT_LT(matched, 3900u);
 }

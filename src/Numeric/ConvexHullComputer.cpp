@@ -2,8 +2,11 @@
 
 #include "Numeric/Numeric.h"
 #include "Numeric/Random.h"
+#include "Numeric/helpers/HullKernels.h"
+#include "Numeric/helpers/HullLookup.h"
 #include "Numeric/helpers/HullPrint.h"
 #include "Numeric/helpers/HullSpans.h"
+#include "Numeric/helpers/HullState.h"
 #include "Numeric/helpers/RowScan.h"
 #include "zeblib2core/Throw.h"
 #include "zeblib2image/Image.h"
@@ -13,7 +16,7 @@
 #include <cstring>
 #include <cstdint>
 #include <iostream>
-#include <unordered_set>
+#include <iterator>
 #include <utility>
 
 namespace TOLX
@@ -29,80 +32,50 @@ constexpr int kLineTooFewPoints = 166;
 constexpr int kLineAffineSubspace = 198;
 constexpr int kLineInsideHull = 299;
 
-// M without column `skip`.
-CMatrix<double> WithoutColumn(const CMatrix<double>& M, std::size_t skip)
+// out := M without column `skip` (skip < M.Cols()); out keeps its storage
+// when its size does not change.
+void CopyWithoutColumn(const CMatrix<double>& M, std::size_t skip, CMatrix<double>& out)
 {
-    CMatrix<double> result(M.Rows(), M.Cols() - 1);
-    for (std::size_t i = 0; i < M.Rows(); ++i)
-        for (std::size_t j = 0, k = 0; j < M.Cols(); ++j)
+    const std::size_t rows = M.Rows();
+    const std::size_t cols = M.Cols();
+    out.Reshape(rows, cols - 1);
+    double* o = out.Data();
+    const double* m = M.Data();
+    for (std::size_t i = 0; i < rows; ++i)
+        for (std::size_t j = 0; j < cols; ++j)
             if (j != skip)
-                result(i, k++) = M(i, j);
-    return result;
+                *o++ = m[i * cols + j];
+}
+
+// out := column `col` of M (col < M.Cols()), keeping out's storage.
+void CopyColumn(const CMatrix<double>& M, std::size_t col, CMatrix<double>& out)
+{
+    out.Reshape(M.Rows(), 1);
+    for (std::size_t i = 0; i < M.Rows(); ++i)
+        out.Data()[i] = M.Data()[i * M.Cols() + col];
 }
 } // namespace
 
-class CConvexHullComputer::CStore
-{
-public:
-    CStore() = default;
-    CStore(const CStore&) = delete;
-    CStore& operator=(const CStore&) = delete;
-    ~CStore()
-    {
-        for (CFacet* f : m_facets)
-            delete f;
-        for (CFacetConnector* c : m_connectors)
-            delete c;
-    }
-
-    template <class... Args>
-    CFacet* makeFacet(Args&&... args)
-    {
-        auto f = std::make_unique<CFacet>(std::forward<Args>(args)...);
-        m_facets.insert(f.get());
-        return f.release();
-    }
-
-    template <class... Args>
-    CFacetConnector* makeConnector(Args&&... args)
-    {
-        auto c = std::make_unique<CFacetConnector>(std::forward<Args>(args)...);
-        m_connectors.insert(c.get());
-        return c.release();
-    }
-
-    void destroy(CFacet* f)
-    {
-        if (m_facets.erase(f) != 0)
-            delete f;
-    }
-
-    void destroy(CFacetConnector* c)
-    {
-        if (m_connectors.erase(c) != 0)
-            delete c;
-    }
-
-private:
-    std::unordered_set<CFacet*> m_facets;
-    std::unordered_set<CFacetConnector*> m_connectors;
-};
-
 const double CConvexHullComputer::eps = CFacet::eps;
 
-CConvexHullComputer::CConvexHullComputer() : dimSpace(0), store(std::make_shared<CStore>()) {}
+CConvexHullComputer::CConvexHullComputer() : dimSpace(0), shared(std::make_shared<CShared>()) {}
 
 CConvexHullComputer::CConvexHullComputer(std::size_t dim, const char*, const IObject*)
-    : dimSpace(dim), store(std::make_shared<CStore>())
+    : dimSpace(dim), shared(std::make_shared<CShared>())
 {
 }
 
 CConvexHullComputer::CConvexHullComputer(const std::list<CMatrix<double>>& points_, const char*, const IObject*)
-    : dimSpace(points_.empty() ? 0 : points_.front().Rows()), points(points_), store(std::make_shared<CStore>())
+    : dimSpace(points_.empty() ? 0 : points_.front().Rows()), points(points_), shared(std::make_shared<CShared>())
 {
 }
 
-CConvexHullComputer::CConvexHullComputer(const CConvexHullComputer& other) = default;
+CConvexHullComputer::CConvexHullComputer(const CConvexHullComputer& other)
+    : dimSpace(other.dimSpace), points(other.points), facets(other.facets), visibleFacets(other.visibleFacets),
+      horizon(other.horizon), newFacets(other.newFacets), equationsA(other.equationsA),
+      equationsB(other.equationsB), shared(other.shared)
+{
+}
 
 CConvexHullComputer& CConvexHullComputer::operator=(const CConvexHullComputer& other)
 {
@@ -114,24 +87,30 @@ CConvexHullComputer& CConvexHullComputer::operator=(const CConvexHullComputer& o
     newFacets = other.newFacets;
     equationsA = other.equationsA;
     equationsB = other.equationsB;
-    store = other.store;
+    // The bookkeeping described the lists just replaced.
+    shared->forget(*this);
+    shared = other.shared;
+    shared->forget(*this);
     return *this;
 }
 
-CConvexHullComputer::~CConvexHullComputer() = default;
+CConvexHullComputer::~CConvexHullComputer()
+{
+    shared->forget(*this);
+}
 
-// While another computer shares the store it may still list the object, so
-// the object then stays alive until the store goes.
+// While another computer shares the objects it may still list them, so they
+// then stay as they are until the last of those computers goes.
 void CConvexHullComputer::release(CFacet* f)
 {
-    if (store.use_count() == 1)
-        store->destroy(f);
+    if (shared.use_count() == 1)
+        shared->recycle(f);
 }
 
 void CConvexHullComputer::release(CFacetConnector* c)
 {
-    if (store.use_count() == 1)
-        store->destroy(c);
+    if (shared.use_count() == 1)
+        shared->recycle(c);
 }
 
 void CConvexHullComputer::addPoint(const CMatrix<double>& p)
@@ -185,18 +164,16 @@ void CConvexHullComputer::getStartPoints(CMatrix<double>& S)
             }
         }
 
+        // The chosen indices ascend, so the walk can stop after the last one.
         std::size_t column = 0;
         std::size_t index = 0;
-        for (const CMatrix<double>& q : points)
-        {
+        for (auto q = points.begin(); q != points.end() && column < chosen.size(); ++q, ++index)
             if (isIn(index, chosen))
             {
                 for (std::size_t r = 0; r < S.Rows(); ++r)
-                    S(r, column) = q(r, 0);
+                    S(r, column) = (*q)(r, 0);
                 ++column;
             }
-            ++index;
-        }
         if (areAffinelyIndependent(S))
             return;
     }
@@ -206,10 +183,14 @@ void CConvexHullComputer::getStartPoints(CMatrix<double>& S)
 
 void CConvexHullComputer::makeSimplex(const CMatrix<double>& S)
 {
+    shared->ensureTracked(*this);
     for (std::size_t i = 0; i < S.Cols(); ++i)
     {
-        CFacet* f = store->makeFacet(WithoutColumn(S, i));
+        CMatrix<double> V;
+        CopyWithoutColumn(S, i, V);
+        CFacet* f = shared->makeFacet(V);
         facets.push_front(f);
+        shared->adopt(f, facets.begin(), CFacet::CHullLinks::LIST_FACETS);
         // The vertex left out must not lie above its facet: the normal points outward.
         if (isAbove(f, S.GetCol(i)))
             f->flipDirection();
@@ -235,85 +216,157 @@ void CConvexHullComputer::compute(const CMatrix<double>& S)
     // The host's licence check belongs here; this build has no host licence.
 
     CMatrix<double> p(dimSpace, 1);
-    for (;;)
+    while (CFacet* f = shared->nextFacet(p))
     {
-        CFacet* f = nullptr;
-        for (CFacet* g : facets)
-            if (g->getFurthest(p))
-            {
-                f = g;
-                break;
-            }
-        if (f == nullptr)
-            break;
         constructHorizon(f, p);
         constructNewFacets(p);
-        distributePoints(newFacets);
+        // distributePoints(newFacets), visiting the points through the node
+        // arrays the horizon search collected.
+        shared->distribute(*this, newFacets, true);
+        queueOutsideOf(newFacets);
+        for (CFacet* g : newFacets)
+            g->links.list = CFacet::CHullLinks::LIST_FACETS;
         facets.splice(facets.begin(), newFacets);
         deleteVisibleFacets();
     }
+    collectEquations();
+    // Released last, so that the allocations above need not wait for the
+    // allocator to absorb them.
+    shared->releaseDropped();
+}
 
-    for (CFacet* f : facets)
-        if (!isIn(f->getA(), equationsA))
-        {
-            equationsA.push_front(f->getA());
-            equationsB.push_front(f->getb()(0, 0));
-        }
+// One row per distinct facet plane, newest first. A grid over the rows offers
+// the exact comparison only the rows that can be within eps of the facet's;
+// the answer is that of isIn over all rows (the scan remains for rows of
+// other shapes).
+void CConvexHullComputer::collectEquations()
+{
+    // The facets in list order, their objects and normal rows requested from
+    // memory ahead of use.
+    constexpr std::size_t kAhead = 8;
+    std::vector<const CFacet*> all(facets.begin(), facets.end());
+    const std::size_t d = all.empty() ? 0 : all.front()->getA().Cols();
+    bool rowsFit = d != 0;
+    for (std::size_t i = 0; i < all.size(); ++i)
+    {
+        if (i + kAhead < all.size())
+            Impl::Prefetch(all[i + kAhead]);
+        const CMatrix<double>& A = all[i]->getA();
+        rowsFit = rowsFit && Impl::RowsOfValue(A) == 1 && Impl::ColsOfValue(A) == d;
+    }
+    for (const CMatrix<double>& r : equationsA)
+        rowsFit = rowsFit && r.Rows() == 1 && r.Cols() == d;
+
+    Impl::CNearKeyIndex index(std::vector<double>(rowsFit ? d : 0, eps), equationsA.size() + all.size());
+    std::vector<const CMatrix<double>*> rows;
+    rows.reserve(equationsA.size() + all.size());
+    for (const CMatrix<double>& r : equationsA)
+    {
+        index.insert(r.Data());
+        rows.push_back(&r);
+    }
+    for (std::size_t i = 0; i < all.size(); ++i)
+    {
+        if (i + kAhead < all.size())
+            Impl::Prefetch(all[i + kAhead]->getA().Data());
+        const CMatrix<double>& a = all[i]->getA();
+        const bool known = rowsFit ? index.findMatch(a.Data(), [&](std::size_t id) { return matchesWithin(a, *rows[id]); })
+                                   : isIn(a, equationsA);
+        if (known)
+            continue;
+        equationsA.push_front(a);
+        equationsB.push_front(all[i]->getb()(0, 0));
+        index.insert(equationsA.front().Data());
+        rows.push_back(&equationsA.front());
+    }
 }
 
 void CConvexHullComputer::distributePoints(const std::list<CFacet*>& L)
 {
-    for (CFacet* f : L)
-        for (auto it = points.begin(); it != points.end();)
-        {
-            if (isAbove(f, *it))
-            {
-                f->addToOutsideSet(*it);
-                it = points.erase(it);
-            }
-            else
-                ++it;
-        }
-    points.clear();
+    shared->distribute(*this, L, false);
+    queueOutsideOf(L);
 }
 
+// The queue of facets with outside points: new facets go in front of all
+// others; any other list rebuilds it.
+void CConvexHullComputer::queueOutsideOf(const std::list<CFacet*>& L)
+{
+    if (&L == &newFacets)
+        shared->enqueue(newFacets);
+    else
+        shared->rebuildQueue(*this);
+}
+
+// Depth-first over the visible facets with an explicit stack, in the order of
+// the recursive search: a facet's neighbours in slot order, each visible one
+// searched completely before the next slot. A facet is in `visibleFacets`
+// exactly when its visit mark is the current epoch. Outside sets move to
+// `points` by splicing, in the order a copy would have been inserted.
 void CConvexHullComputer::constructHorizon(CFacet* f, const CMatrix<double>& p)
 {
-    visibleFacets.push_front(f);
-    points.insert(points.begin(), f->outsideSet.begin(), f->outsideSet.end());
-    const std::vector<CFacet*> N = f->getNeighbours();
-    for (std::size_t i = 0; i < N.size(); ++i)
+    CShared& s = *shared;
+    s.ensureTracked(*this);
+    auto enter = [&](CFacet* g) {
+        visibleFacets.push_front(g);
+        g->links.visit = s.epoch;
+        const std::size_t outsideCount = g->outsideSet.size();
+        s.takeOutside(*this, g);
+        s.horizonFrames.push_back({g, 0, outsideCount});
+    };
+    s.horizonFrames.clear();
+    enter(f);
+    while (!s.horizonFrames.empty())
     {
-        CFacet* g = N[i];
+        CShared::CHorizonFrame& frame = s.horizonFrames.back();
+        CFacet* current = frame.facet;
+        if (frame.next == current->neighbours.size())
+        {
+            s.horizonFrames.pop_back();
+            continue;
+        }
+        const std::size_t i = frame.next++;
+        CFacet* g = current->neighbours[i];
         if (g == nullptr)
         {
-            std::cerr << "constructHorizon() WARNING: NULL neighbor facet found:" << static_cast<const void*>(f)
-                      << ", n#" << i << " of " << N.size() << "\n"
-                      << "#outsideset: " << f->outsideSet.size() << ", #points: " << points.size() << ",\np=\n";
-            Impl::PrintHullMatrix(std::cerr, p);
-            std::cerr << std::endl;
+            warnNullNeighbour(current, i, frame.outsideCount, p);
             continue;
         }
         if (isAbove(g, p))
         {
-            if (!isIn(g, visibleFacets))
-                constructHorizon(g, p);
+            if (g->links.visit != s.epoch)
+                enter(g);
             continue;
         }
-        if (f->hasVertex(p))
+        if (current->hasVertex(p))
             TOLX_THROW(kHorizon, kLineInsideHull,
                        "Trying to construct new Facets with a point that is already inside the convex hull.");
-        CMatrix<double> ridge = WithoutColumn(f->getVertices(), i);
-        CMatrix<double> opposite = f->getVertices().GetCol(i);
-        horizon.push_front(store->makeConnector(f, g, ridge, opposite));
+        const CMatrix<double>& V = current->getVertices();
+        if (i >= V.Cols())
+            V.GetCol(i); // raises the matrix's index message
+        CopyWithoutColumn(V, i, s.ridge);
+        CopyColumn(V, i, s.opposite);
+        horizon.push_front(s.makeConnectorOn(current, g, s.ridge, s.opposite));
     }
+}
+
+void CConvexHullComputer::warnNullNeighbour(const CFacet* f, std::size_t i, std::size_t outsideCount,
+                                            const CMatrix<double>& p) const
+{
+    std::cerr << "constructHorizon() WARNING: NULL neighbor facet found:" << static_cast<const void*>(f) << ", n#" << i
+              << " of " << f->neighbours.size() << "\n"
+              << "#outsideset: " << outsideCount << ", #points: " << points.size() << ",\np=\n";
+    Impl::PrintHullMatrix(std::cerr, p);
+    std::cerr << std::endl;
 }
 
 void CConvexHullComputer::constructNewFacets(CMatrix<double>& p)
 {
+    shared->ensureTracked(*this);
+    for (CFacet* f : newFacets)
+        shared->retire(f);
     newFacets.clear();
     if (!horizon.empty())
-        constructNewFacets(horizon.front(), p);
+        buildAlongHorizon(horizon.front(), p);
     for (CFacetConnector* c : horizon)
         release(c);
     horizon.clear();
@@ -321,64 +374,118 @@ void CConvexHullComputer::constructNewFacets(CMatrix<double>& p)
 
 void CConvexHullComputer::constructNewFacets(CFacetConnector* c, CMatrix<double>& p)
 {
-    CFacet* nf = store->makeFacet(c, p);
-    newFacets.push_front(nf);
-    // The visible facet's far vertex ends up inside the new hull.
-    if (isAbove(nf, c->getReferencePoint()))
-        nf->flipDirection();
-    c->setConstructedFacet(nf);
-    CFacet* h = c->getHiddenFacet();
-    h->addNeighbour(nf);
-    nf->addNeighbour(h);
+    shared->ensureTracked(*this);
+    buildAlongHorizon(c, p);
+}
 
-    const CMatrix<double>& R = c->getVertices();
-    for (std::size_t k = 0; k < R.Cols(); ++k)
+// Depth-first along the horizon with an explicit stack, in the order of the
+// recursive walk: for each vertex k of a ridge, the ridges sharing all of it
+// but k, in horizon order, each unbuilt one built and walked before the next.
+// The matching ridges come from an index over the horizon (see indexRidges)
+// instead of a scan of the horizon per ridge and vertex.
+void CConvexHullComputer::buildAlongHorizon(CFacetConnector* start, CMatrix<double>& p)
+{
+    CShared& s = *shared;
+    s.ridgeFrames.clear();
+    auto build = [&](std::size_t r) {
+        CFacetConnector* c = s.ridges[r];
+        CFacet* nf = s.makeFacetOn(c, p);
+        newFacets.push_front(nf);
+        s.adopt(nf, newFacets.begin(), CFacet::CHullLinks::LIST_NEW_FACETS);
+        // The visible facet's far vertex ends up inside the new hull.
+        if (isAbove(nf, c->referencePoint))
+            nf->flipDirection();
+        c->setConstructedFacet(nf);
+        CFacet* h = c->getHiddenFacet();
+        h->addNeighbour(nf);
+        nf->addNeighbour(h);
+        s.ridgeFrames.push_back({r, nf, 0, s.matchBegin[s.firstSlot[r]]});
+    };
+    build(s.indexRidges(horizon, start));
+    while (!s.ridgeFrames.empty())
     {
-        CMatrix<double> Q = WithoutColumn(R, k);
-        for (CFacetConnector* c2 : horizon)
+        CShared::CRidgeFrame& frame = s.ridgeFrames.back();
+        if (frame.k == s.firstSlot[frame.ridge + 1] - s.firstSlot[frame.ridge])
         {
-            if (c2 == c || !c2->hasVertices(Q))
-                continue;
-            if (CFacet* e = c2->getConstructedFacet())
-            {
-                e->addNeighbour(nf);
-                nf->addNeighbour(e);
-            }
-            else
-                constructNewFacets(c2, p);
+            s.ridgeFrames.pop_back();
+            continue;
         }
+        const std::size_t end = s.matchBegin[s.firstSlot[frame.ridge] + frame.k + 1];
+        if (frame.next == end)
+        {
+            ++frame.k;
+            continue;
+        }
+        const std::size_t r2 = s.matches[frame.next++];
+        if (CFacet* e = s.ridges[r2]->getConstructedFacet())
+        {
+            e->addNeighbour(frame.built);
+            frame.built->addNeighbour(e);
+        }
+        else
+            build(r2);
     }
 }
 
 void CConvexHullComputer::deleteVisibleFacets()
 {
+    CShared& s = *shared;
+    s.ensureTracked(*this);
     for (CFacet* v : visibleFacets)
     {
-        facets.remove(v);
-        newFacets.remove(v);
+        switch (v->links.list)
+        {
+        case CFacet::CHullLinks::LIST_FACETS:
+            facets.erase(v->links.position);
+            break;
+        case CFacet::CHullLinks::LIST_NEW_FACETS:
+            newFacets.erase(v->links.position);
+            break;
+        case CFacet::CHullLinks::LIST_NONE:
+            if (isIn(v, facets))
+                facets.remove(v);
+            if (isIn(v, newFacets))
+                newFacets.remove(v);
+            break;
+        }
+        s.retire(v);
         release(v);
     }
     visibleFacets.clear();
+    ++s.epoch;
 }
 
 bool CConvexHullComputer::isAbove(const CFacet* f, const CMatrix<double>& p)
 {
-    CMatrix<double> height = f->getA();
-    height *= p;
-    return height(0, 0) > f->getb()(0, 0) + eps;
+    const CMatrix<double>& A = f->getA();
+    const CMatrix<double>& b = f->getb();
+    const std::size_t d = Impl::ColsOfValue(A);
+    if (Impl::RowsOfValue(A) != 1 || !Impl::FitsRowProduct(d, p) || Impl::RowsOfValue(b) == 0 ||
+        Impl::ColsOfValue(b) == 0)
+    {
+        // The generic product and accessors, for their messages on shapes
+        // that do not fit.
+        CMatrix<double> height = A;
+        height *= p;
+        return height(0, 0) > b(0, 0) + eps;
+    }
+    return Impl::RowTimesColumn(A.Data(), p.Data(), d, p.Cols()) > b.Data()[0] + eps;
+}
+
+bool CConvexHullComputer::matchesWithin(const CMatrix<double>& a, const CMatrix<double>& r)
+{
+    for (std::size_t i = 0; i < a.Rows(); ++i)
+        for (std::size_t j = 0; j < a.Cols(); ++j)
+            if (!(std::fabs(a(i, j) - r(i, j)) <= eps))
+                return false;
+    return true;
 }
 
 bool CConvexHullComputer::isIn(const CMatrix<double>& a, const std::list<CMatrix<double>>& L)
 {
     for (const CMatrix<double>& r : L)
-    {
-        bool match = true;
-        for (std::size_t i = 0; i < a.Rows() && match; ++i)
-            for (std::size_t j = 0; j < a.Cols() && match; ++j)
-                match = std::fabs(a(i, j) - r(i, j)) <= eps;
-        if (match)
+        if (matchesWithin(a, r))
             return true;
-    }
     return false;
 }
 
@@ -403,9 +510,14 @@ bool CConvexHullComputer::isInside(const CMatrix<double>& p) const
     auto offset = equationsB.begin();
     for (auto row = equationsA.begin(); row != equationsA.end() && offset != equationsB.end(); ++row, ++offset)
     {
+        const std::size_t d = row->Cols();
         double s = 0.0;
-        for (std::size_t i = 0; i < row->Cols(); ++i)
-            s += (*row)(0, i) * p(i, 0);
+        if (row->Rows() != 0 && p.Rows() >= d && p.Cols() != 0)
+            for (std::size_t i = 0; i < d; ++i)
+                s += row->Data()[i] * p.Data()[i * p.Cols()];
+        else
+            for (std::size_t i = 0; i < d; ++i)
+                s += (*row)(0, i) * p(i, 0); // raises the accessors' messages
         if (s - *offset > eps)
             return false;
     }
@@ -440,35 +552,74 @@ bool CoordinatesLess(const std::vector<double>& a, const std::vector<double>& b)
     for (std::size_t i = 0; i + 1 < a.size(); ++i)
         if (std::fabs(a[i] - b[i]) > 1e-8)
             return a[i] < b[i];
-    return a.back() < b.back();
+    return !a.empty() && a.back() < b.back();
 }
 
+// Keeps the distinct keys in order of first appearance. "Distinct" is "no
+// earlier key is equivalent", equivalence being that neither key orders
+// before the other; the index offers the equivalence test only the earlier
+// keys that can be within the tolerances (see CNearKeyIndex).
 template <class Key, class Less>
-bool ContainsEquivalent(const std::vector<Key>& keys, const Key& key, Less less)
+class CDistinctKeys
 {
-    for (const Key& k : keys)
-        if (!less(k, key) && !less(key, k))
-            return true;
-    return false;
-}
+public:
+    CDistinctKeys(std::vector<double> tolerances, std::size_t expected, Less less)
+        : m_index(std::move(tolerances), expected), m_less(less)
+    {
+        m_keys.reserve(expected);
+    }
+
+    // True, and key kept, when no earlier key is equivalent to it.
+    bool addIfNew(const Key& key, const double* components)
+    {
+        const bool known = m_index.findMatch(components, [&](std::size_t id) {
+            return !m_less(m_keys[id], key) && !m_less(key, m_keys[id]);
+        });
+        if (known)
+            return false;
+        m_keys.push_back(key);
+        m_index.insert(components);
+        return true;
+    }
+
+private:
+    Impl::CNearKeyIndex m_index;
+    Less m_less;
+    std::vector<Key> m_keys;
+};
 } // namespace
 
 std::list<CMatrix<double>> CConvexHullComputer::getVertices() const
 {
     const bool planar = dimSpace < 3;
     const auto less = [planar](const CVertexKey& a, const CVertexKey& b) { return KeyLess(a, b, planar); };
-    std::vector<CVertexKey> seen;
+    CDistinctKeys<CVertexKey, decltype(less)> seen(planar ? std::vector<double>{1e-6, 0.0}
+                                                          : std::vector<double>{1e-6, 1e-6, 0.0},
+                                                   facets.size(), less);
+    // The facets in list order, their objects and vertices requested from
+    // memory ahead of use.
+    constexpr std::size_t kAhead = 8;
+    const std::vector<const CFacet*> all(facets.begin(), facets.end());
+    for (std::size_t i = 0; i < all.size(); ++i)
+        if (i + kAhead < all.size())
+            Impl::Prefetch(all[i + kAhead]);
     std::list<CMatrix<double>> result;
-    for (const CFacet* f : facets)
+    for (std::size_t f = 0; f < all.size(); ++f)
     {
-        const CMatrix<double>& V = f->getVertices();
-        for (std::size_t j = 0; j < V.Cols(); ++j)
+        if (f + kAhead < all.size())
+            Impl::Prefetch(all[f + kAhead]->getVertices().Data());
+        const CMatrix<double>& V = all[f]->getVertices();
+        const std::size_t cols = V.Cols();
+        // Too few rows: the accessors raise their message.
+        const bool direct = V.Rows() >= (planar ? 2u : 3u);
+        for (std::size_t j = 0; j < cols; ++j)
         {
-            const CVertexKey key{V(0, j), V(1, j), planar ? 0.0 : V(2, j)};
-            if (ContainsEquivalent(seen, key, less))
-                continue;
-            seen.push_back(key);
-            result.push_back(V.GetCol(j));
+            const double* v = V.Data() + j;
+            const CVertexKey key = direct ? CVertexKey{v[0], v[cols], planar ? 0.0 : v[2 * cols]}
+                                          : CVertexKey{V(0, j), V(1, j), planar ? 0.0 : V(2, j)};
+            const double components[3] = {key.x, key.y, key.z};
+            if (seen.addIfNew(key, components))
+                result.push_back(V.GetCol(j));
         }
     }
     return result;
@@ -477,7 +628,12 @@ std::list<CMatrix<double>> CConvexHullComputer::getVertices() const
 void CConvexHullHelpers::GetVertices(std::list<std::vector<double>>& out, const CConvexHullComputer& hull)
 {
     out.clear();
-    std::vector<std::vector<double>> seen;
+    const std::size_t d = hull.GetFacets().empty() ? 0 : hull.GetFacets().front()->getVertices().Rows();
+    std::vector<double> tolerances(d, 1e-8);
+    if (d != 0)
+        tolerances.back() = 0.0;
+    CDistinctKeys<std::vector<double>, decltype(&CoordinatesLess)> seen(tolerances, hull.GetFacets().size(),
+                                                                        &CoordinatesLess);
     for (const CFacet* f : hull.GetFacets())
     {
         const CMatrix<double>& V = f->getVertices();
@@ -485,11 +641,9 @@ void CConvexHullHelpers::GetVertices(std::list<std::vector<double>>& out, const 
         {
             std::vector<double> vertex(V.Rows());
             for (std::size_t i = 0; i < V.Rows(); ++i)
-                vertex[i] = V(i, j);
-            if (ContainsEquivalent(seen, vertex, CoordinatesLess))
-                continue;
-            seen.push_back(vertex);
-            out.push_back(vertex);
+                vertex[i] = V.Data()[i * V.Cols() + j];
+            if (seen.addIfNew(vertex, vertex.data()))
+                out.push_back(std::move(vertex));
         }
     }
 }

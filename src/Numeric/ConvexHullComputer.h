@@ -104,26 +104,32 @@ protected:
     std::list<double> equationsB;
 
 private:
-    class CStore;
+    class CShared;
 
     CConvexHullComputer();
 
     // Removes a visible facet or a used connector from the computer's keeping.
     void release(CFacet* f);
     void release(CFacetConnector* c);
+    void buildAlongHorizon(CFacetConnector* start, CMatrix<double>& p);
+    void queueOutsideOf(const std::list<CFacet*>& L);
+    void collectEquations();
+    void warnNullNeighbour(const CFacet* f, std::size_t i, std::size_t outsideCount, const CMatrix<double>& p) const;
 
     static bool isAbove(const CFacet* f, const CMatrix<double>& p);
     static bool isIn(const CMatrix<double>& a, const std::list<CMatrix<double>>& L);
     static bool isIn(std::size_t i, const std::vector<std::size_t>& v);
     static bool isIn(const CFacet* f, const std::list<CFacet*>& L);
+    // Element by element within eps: the equality of equation rows.
+    static bool matchesWithin(const CMatrix<double>& a, const CMatrix<double>& r);
 
     static const double eps;
 
     // Owns every facet and connector this computer has made and not yet
-    // released; computers that share facet pointers through assignment share
-    // it, so each object is deleted exactly once, when no computer can list
-    // it any more.
-    std::shared_ptr<CStore> store;
+    // released, and keeps the bookkeeping of the construction. Computers
+    // that share facet pointers through assignment share it, so each object
+    // is deleted exactly once, when no computer can list it any more.
+    std::shared_ptr<CShared> shared;
 };
 
 // Hull results as plain vectors of numbers.

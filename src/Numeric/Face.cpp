@@ -1,5 +1,6 @@
 #include "Numeric/Face.h"
 
+#include "Numeric/helpers/HullKernels.h"
 #include "Numeric/helpers/HullPrint.h"
 #include "zeblib2core/Throw.h"
 
@@ -49,11 +50,30 @@ CFace::CFace(unsigned char dimSpace_, unsigned char dimSelf_)
         TOLX_THROW(kConstructor, kLineDimensionBySize, "Dimension of CFace must be lower/equal dimension of space");
 }
 
+// Matrix equality of a vertex column with p: equal shapes, then every
+// element equal (so NaN never matches).
 bool CFace::hasVertex(const CMatrix<double>& p) const
 {
-    for (std::size_t j = 0; j < vertices.Cols(); ++j)
-        if (vertices.GetCol(j) == p)
+    return p.Cols() == 1 && hasVertexColumn(p, 0);
+}
+
+bool CFace::hasVertexColumn(const CMatrix<double>& M, std::size_t j) const
+{
+    const std::size_t rows = Impl::RowsOfValue(vertices);
+    const std::size_t cols = Impl::ColsOfValue(vertices);
+    if (M.Rows() != rows)
+        return false;
+    const double* v = vertices.Data();
+    const double* m = rows == 0 ? nullptr : M.Data() + j;
+    const std::size_t stride = M.Cols();
+    for (std::size_t c = 0; c < cols; ++c)
+    {
+        std::size_t i = 0;
+        while (i < rows && v[i * cols + c] == m[i * stride])
+            ++i;
+        if (i == rows)
             return true;
+    }
     return false;
 }
 

@@ -35,6 +35,10 @@ public:
     void print() const;
 
 protected:
+    // True when column j of M equals some column of `vertices` exactly;
+    // hasVertex without extracting the column.
+    bool hasVertexColumn(const CMatrix<double>& M, std::size_t j) const;
+
     CMatrix<double> A;
     CMatrix<double> b;
     CMatrix<double> vertices;

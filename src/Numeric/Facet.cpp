@@ -1,11 +1,14 @@
 #include "Numeric/Facet.h"
 
-#include "Numeric/Numeric.h"
+#include "Numeric/helpers/HullKernels.h"
+#include "Numeric/helpers/nrSVD.h"
 #include "zeblib2core/Throw.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <stdexcept>
+#include <utility>
 
 namespace TOLX
 {
@@ -27,8 +30,9 @@ unsigned char Narrow(std::size_t value)
     return static_cast<unsigned char>(value);
 }
 
-// The ridge's vertices followed by p, after checking that they span a facet.
-CMatrix<double> SpanOf(const CFace* ridge, const CMatrix<double>& p)
+// V := the ridge's vertices followed by p, after checking that they span a
+// facet. V keeps its storage when its size does not change.
+void SpanOf(const CFace* ridge, const CMatrix<double>& p, CMatrix<double>& V)
 {
     if (p.Cols() != 1)
         TOLX_THROW(kConstructor, kLinePNotVector, "p is expected to be a vector, but its size is '%1x%2'", p.Rows(),
@@ -38,59 +42,172 @@ CMatrix<double> SpanOf(const CFace* ridge, const CMatrix<double>& p)
                    ridge->getDimSelf());
     if (ridge->hasVertex(p))
         TOLX_THROW(kConstructor, kLineRidgeHasP, "f has vertex p");
-    CMatrix<double> V = ridge->getVertices();
-    V.AddCols(p);
+    const CMatrix<double>& R = ridge->getVertices();
+    if (R.Rows() != p.Rows())
+    {
+        V = R;
+        V.AddCols(p); // raises the concatenation message
+        return;
+    }
+    V.Reshape(R.Rows(), R.Cols() + 1);
+    for (std::size_t i = 0; i < R.Rows(); ++i)
+    {
+        for (std::size_t j = 0; j < R.Cols(); ++j)
+            V.Data()[i * V.Cols() + j] = R.Data()[i * R.Cols() + j];
+        V.Data()[i * V.Cols() + R.Cols()] = p.Data()[i];
+    }
+}
+
+CMatrix<double> SpanOf(const CFace* ridge, const CMatrix<double>& p)
+{
+    CMatrix<double> V;
+    SpanOf(ridge, p, V);
     return V;
 }
+
+// The SVD worker's 1-based arrays for a (d-1)-by-d edge matrix: a[1..d-1][1..d],
+// w[1..d] and v[1..d][1..d]. Up to kLocalDimension they live on the stack, so
+// that building a facet in the usual dimensions allocates nothing for its
+// decomposition. The worker gets exactly the values CNumeric::Svd would copy
+// into its own arrays, so the results are the same bits.
+class CEdgeDecomposition
+{
+public:
+    explicit CEdgeDecomposition(std::size_t d) : m_d(d)
+    {
+        const std::size_t values = 2 * (d + 1) * (d + 1);
+        const std::size_t rows = 2 * d + 1;
+        double* store = m_localValues;
+        double** rowStore = m_localRows;
+        if (d > kLocalDimension)
+        {
+            m_heapValues.resize(values);
+            m_heapRows.resize(rows);
+            store = m_heapValues.data();
+            rowStore = m_heapRows.data();
+        }
+        else
+            std::fill(store, store + values, 0.0);
+        m_a = rowStore;
+        m_v = rowStore + d;
+        for (std::size_t i = 0; i < d; ++i)
+            m_a[i] = store + i * (d + 1);
+        m_w = store + d * (d + 1);
+        for (std::size_t i = 0; i <= d; ++i)
+            m_v[i] = m_w + (d + 1) * (i + 1);
+    }
+
+    double& edge(std::size_t row, std::size_t col) { return m_a[row + 1][col + 1]; }
+
+    // On non-convergence CNumeric::Svd writes nothing, leaving the zero
+    // matrices of the caller; the arrays are cleared to match.
+    void decompose()
+    {
+        const int m = static_cast<int>(m_d - 1);
+        const int n = static_cast<int>(m_d);
+        if (CNrSvd::svdcmp(m_a, m, n, m_w, m_v))
+            return;
+        std::fill(m_w, m_w + (m_d + 1) * (m_d + 2), 0.0);
+    }
+
+    double singularValue(std::size_t j) const { return m_w[j + 1]; }
+    double rightVector(std::size_t row, std::size_t j) const { return m_v[row + 1][j + 1]; }
+
+private:
+    static constexpr std::size_t kLocalDimension = 8;
+
+    std::size_t m_d;
+    double m_localValues[2 * (kLocalDimension + 1) * (kLocalDimension + 1)];
+    double* m_localRows[2 * kLocalDimension + 1];
+    std::vector<double> m_heapValues;
+    std::vector<double*> m_heapRows;
+    double** m_a = nullptr;
+    double* m_w = nullptr;
+    double** m_v = nullptr;
+};
 } // namespace
 
 const double CFacet::eps = 1e-12;
 
 CFacet::CFacet(std::size_t d) : CFace(Narrow(d), Narrow(d - 1)) {}
 
-CFacet::CFacet(const CMatrix<double>& V)
+CFacet::CFacet(const CMatrix<double>& V) : CFacet(CMatrix<double>(V), CTakeVertices{}) {}
+
+CFacet::CFacet(CMatrix<double>&& V, CTakeVertices)
     : CFace(Narrow(V.Rows()), Narrow(V.Rows() - 1)), neighbours(V.Rows(), nullptr)
 {
-    vertices = V;
-    const std::size_t d = V.Rows();
-    if (V.Cols() != d)
+    vertices = std::move(V);
+    computeNormal();
+}
+
+// The same facet CFacet(ridge, p) builds, in this object's storage; used
+// only where the face part already has dimSpace = d and dimSelf = d - 1.
+void CFacet::respan(CFace* ridge, const CMatrix<double>& p)
+{
+    SpanOf(ridge, p, vertices);
+    const std::size_t d = vertices.Rows();
+    A.Reshape(1, d);
+    b.Reshape(1, 1);
+    neighbours.assign(d, nullptr);
+    outsideSet.clear();
+    computeNormal();
+}
+
+void CFacet::computeNormal()
+{
+    const std::size_t d = vertices.Rows();
+    if (vertices.Cols() != d)
         TOLX_THROW(kConstructor, kLinePointCount,
                    "Constructor of a CFacet in %1-space, exspectes %2 affinely independent points but got %3.", d, d,
-                   V.Cols());
+                   vertices.Cols());
 
     // The normal spans the null space of the edge vectors v_i - v_0.
-    CMatrix<double> M(d - 1, d);
+    CEdgeDecomposition svd(d);
+    const double* v = vertices.Data();
     for (std::size_t i = 1; i < d; ++i)
         for (std::size_t c = 0; c < d; ++c)
-            M(i - 1, c) = V(c, i) - V(c, 0);
-    CMatrix<double> U(d - 1, d);
-    CMatrix<double> S(d, 1);
-    CMatrix<double> W(d, d);
-    CNumeric::Svd(M, U, S, W, false);
+            svd.edge(i - 1, c) = v[c * d + i] - v[c * d];
+    svd.decompose();
 
     // Strictly smaller, so the lowest index wins a tie.
     std::size_t m = 0;
     for (std::size_t j = 1; j < d; ++j)
-        if (S(j, 0) < S(m, 0))
+        if (svd.singularValue(j) < svd.singularValue(m))
             m = j;
     // Absolute on purpose: the bound does not scale with the coordinates.
-    if (std::fabs(S(m, 0)) >= eps)
+    if (std::fabs(svd.singularValue(m)) >= eps)
         TOLX_THROW(kConstructor, kLineNoFacet, "Unable to construct a facet.");
 
     for (std::size_t c = 0; c < d; ++c)
-        A(0, c) = W(c, m);
-    b = A * V.GetCol(0);
+        A(0, c) = svd.rightVector(c, m);
+    b(0, 0) = Impl::RowTimesColumn(A.Data(), v, d, d);
 }
 
-CFacet::CFacet(CFace* ridge, const CMatrix<double>& p) : CFacet(SpanOf(ridge, p)) {}
+CFacet::CFacet(CFace* ridge, const CMatrix<double>& p) : CFacet(SpanOf(ridge, p), CTakeVertices{}) {}
+
+// Memberwise over the face, the neighbours and the outside set; the hull
+// computer's links stay with the object they describe.
+CFacet::CFacet(const CFacet& other) : CFace(other), neighbours(other.neighbours), outsideSet(other.outsideSet) {}
+
+CFacet& CFacet::operator=(const CFacet& other)
+{
+    CFace::operator=(other);
+    neighbours = other.neighbours;
+    outsideSet = other.outsideSet;
+    links.forgetOutside();
+    return *this;
+}
 
 bool CFacet::getFurthest(CMatrix<double>& p) const
 {
+    const std::size_t d = Impl::ColsOfValue(A);
     double threshold = b(0, 0) + eps;
     bool found = false;
     for (const CMatrix<double>& q : outsideSet)
     {
-        const double height = (A * q)(0, 0);
+        const double height = Impl::ValueFitsRowProduct(d, q)
+                                  ? Impl::RowTimesColumn(A.Data(), q.Data(), d, Impl::ColsOfValue(q))
+                                  : (A * q)(0, 0);
         if (height > threshold)
         {
             threshold = height;
@@ -104,6 +221,7 @@ bool CFacet::getFurthest(CMatrix<double>& p) const
 void CFacet::addToOutsideSet(const CMatrix<double>& p)
 {
     outsideSet.push_front(p);
+    links.forgetOutside();
 }
 
 std::list<CMatrix<double>> CFacet::getOutsideSet() const
@@ -116,9 +234,12 @@ void CFacet::addNeighbour(CFacet* g)
     const std::size_t d = getDimSpace();
     std::size_t shared = 0;
     std::size_t missing = 0;
+    // Reading a column the vertex matrix does not have raises its index message.
+    if (vertices.Cols() < d)
+        vertices.GetCol(vertices.Cols());
     for (std::size_t i = 0; i < d; ++i)
     {
-        if (g->hasVertex(vertices.GetCol(i)))
+        if (g->hasVertexColumn(vertices, i))
             ++shared;
         else
             missing = i;
@@ -161,10 +282,22 @@ CFacetConnector::CFacetConnector(CFacet* visible, CFacet* hidden, CMatrix<double
     vertices = ridgeVertices;
 }
 
+void CFacetConnector::reset(CFacet* visible, CFacet* hidden, const CMatrix<double>& ridgeVertices,
+                            const CMatrix<double>& referencePoint_)
+{
+    std::fill(A.Data(), A.Data() + A.Rows() * A.Cols(), 0.0);
+    std::fill(b.Data(), b.Data() + b.Rows() * b.Cols(), 0.0);
+    visibleFacet = visible;
+    hiddenFacet = hidden;
+    constructedFacet = nullptr;
+    referencePoint = referencePoint_;
+    vertices = ridgeVertices;
+}
+
 bool CFacetConnector::hasVertices(CMatrix<double>& M) const
 {
     for (std::size_t j = 0; j < M.Cols(); ++j)
-        if (!hasVertex(M.GetCol(j)))
+        if (!hasVertexColumn(M, j))
             return false;
     return true;
 }

@@ -5,6 +5,7 @@
 #include "Numeric/Matrix.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <vector>
 
@@ -28,6 +29,8 @@ public:
     explicit CFacet(const CMatrix<double>& V);
     // The facet spanned by a (d-2)-face and one further point.
     CFacet(CFace* ridge, const CMatrix<double>& p);
+    CFacet(const CFacet& other);
+    CFacet& operator=(const CFacet& other);
 
     // Copies into p the outside point strictly furthest above b + eps, the
     // first of equally distant ones; false (p untouched) when there is none.
@@ -47,6 +50,49 @@ protected:
 
 private:
     friend class CConvexHullComputer;
+
+    struct CTakeVertices
+    {
+    };
+    // The facet through the columns of V, taking V's storage.
+    CFacet(CMatrix<double>&& V, CTakeVertices);
+    void respan(CFace* ridge, const CMatrix<double>& p);
+    // A and b from the vertices, or the construction's messages.
+    void computeNormal();
+
+    // Where the hull computer keeps this facet (see helpers/HullState.h).
+    // It describes this object only: copies of a facet do not take it over.
+    struct CHullLinks
+    {
+        enum EnList : unsigned char
+        {
+            LIST_NONE,
+            LIST_FACETS,
+            LIST_NEW_FACETS
+        };
+
+        using COutsideNode = std::list<CMatrix<double>>::iterator;
+
+        // What the computer learnt while filling the outside set: its nodes
+        // in the order they were added (the list runs the other way) and the
+        // node getFurthest would pick. Any other change of the set forgets it.
+        void forgetOutside()
+        {
+            outsideNodes.clear();
+            outsideKnown = false;
+        }
+
+        std::size_t storeSlot = static_cast<std::size_t>(-1);
+        std::size_t serial = 0;
+        std::uint64_t visit = 0;
+        std::uint64_t stamp = 0;
+        std::list<CFacet*>::iterator position{};
+        EnList list = LIST_NONE;
+        bool outsideKnown = false;
+        COutsideNode furthest{};
+        std::vector<COutsideNode> outsideNodes;
+    };
+    CHullLinks links;
 };
 
 // A ridge on the horizon between a facet the new point sees and one it does
@@ -70,5 +116,16 @@ protected:
     CFacet* constructedFacet;
     // The visible facet's vertex that is not on the ridge.
     CMatrix<double> referencePoint;
+
+private:
+    friend class CConvexHullComputer;
+
+    // The connector the constructor builds, in this object's storage; used
+    // only for ridges of the same space.
+    void reset(CFacet* visible, CFacet* hidden, const CMatrix<double>& ridgeVertices,
+               const CMatrix<double>& referencePoint_);
+
+    // Position in the hull computer's store; a stale copy is recognised there.
+    std::size_t storeSlot = static_cast<std::size_t>(-1);
 };
 } // namespace TOLX
