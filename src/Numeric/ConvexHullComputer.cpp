@@ -47,6 +47,21 @@ void CopyWithoutColumn(const CMatrix<double>& M, std::size_t skip, CMatrix<doubl
                 *o++ = m[i * cols + j];
 }
 
+// Asks for the memory of the facets a loop over `all` reaches soon: the
+// objects further ahead, the normal rows (or vertices) of nearer ones, whose
+// objects have arrived by then.
+void PrefetchFacetAhead(const std::vector<const CFacet*>& all, std::size_t i, bool vertices)
+{
+    constexpr std::size_t kAhead = 16;
+    if (i + kAhead < all.size())
+        Impl::Prefetch(all[i + kAhead]);
+    if (i + kAhead / 2 < all.size())
+    {
+        const CFacet* f = all[i + kAhead / 2];
+        Impl::Prefetch(vertices ? f->getVertices().Data() : f->getA().Data());
+    }
+}
+
 // out := column `col` of M (col < M.Cols()), keeping out's storage.
 void CopyColumn(const CMatrix<double>& M, std::size_t col, CMatrix<double>& out)
 {
@@ -241,16 +256,14 @@ void CConvexHullComputer::compute(const CMatrix<double>& S)
 // other shapes).
 void CConvexHullComputer::collectEquations()
 {
-    // The facets in list order, their objects and normal rows requested from
-    // memory ahead of use.
-    constexpr std::size_t kAhead = 8;
-    std::vector<const CFacet*> all(facets.begin(), facets.end());
+    // The facets in list order, their objects and rows requested from memory
+    // ahead of use.
+    const std::vector<const CFacet*> all(facets.begin(), facets.end());
     const std::size_t d = all.empty() ? 0 : all.front()->getA().Cols();
     bool rowsFit = d != 0;
     for (std::size_t i = 0; i < all.size(); ++i)
     {
-        if (i + kAhead < all.size())
-            Impl::Prefetch(all[i + kAhead]);
+        PrefetchFacetAhead(all, i, false);
         const CMatrix<double>& A = all[i]->getA();
         rowsFit = rowsFit && Impl::RowsOfValue(A) == 1 && Impl::ColsOfValue(A) == d;
     }
@@ -267,8 +280,7 @@ void CConvexHullComputer::collectEquations()
     }
     for (std::size_t i = 0; i < all.size(); ++i)
     {
-        if (i + kAhead < all.size())
-            Impl::Prefetch(all[i + kAhead]->getA().Data());
+        PrefetchFacetAhead(all, i, false);
         const CMatrix<double>& a = all[i]->getA();
         const bool known = rowsFit ? index.findMatch(a.Data(), [&](std::size_t id) { return matchesWithin(a, *rows[id]); })
                                    : isIn(a, equationsA);
@@ -306,6 +318,8 @@ void CConvexHullComputer::constructHorizon(CFacet* f, const CMatrix<double>& p)
 {
     CShared& s = *shared;
     s.ensureTracked(*this);
+    const std::size_t pRows = p.Rows();
+    const std::size_t pCols = p.Cols();
     auto enter = [&](CFacet* g) {
         visibleFacets.push_front(g);
         g->links.visit = s.epoch;
@@ -331,7 +345,7 @@ void CConvexHullComputer::constructHorizon(CFacet* f, const CMatrix<double>& p)
             warnNullNeighbour(current, i, frame.outsideCount, p);
             continue;
         }
-        if (isAbove(g, p))
+        if (isAboveShaped(g, p, pRows, pCols))
         {
             if (g->links.visit != s.epoch)
                 enter(g);
@@ -457,10 +471,15 @@ void CConvexHullComputer::deleteVisibleFacets()
 
 bool CConvexHullComputer::isAbove(const CFacet* f, const CMatrix<double>& p)
 {
+    return isAboveShaped(f, p, p.Rows(), p.Cols());
+}
+
+// isAbove with p's shape read by the caller, who may test many facets.
+bool CConvexHullComputer::isAboveShaped(const CFacet* f, const CMatrix<double>& p, std::size_t rows, std::size_t cols)
+{
     const CMatrix<double>& A = f->getA();
     const CMatrix<double>& b = f->getb();
-    const std::size_t d = Impl::ColsOfValue(A);
-    if (Impl::RowsOfValue(A) != 1 || !Impl::FitsRowProduct(d, p) || Impl::RowsOfValue(b) == 0 ||
+    if (Impl::RowsOfValue(A) != 1 || Impl::ColsOfValue(A) != rows || cols == 0 || Impl::RowsOfValue(b) == 0 ||
         Impl::ColsOfValue(b) == 0)
     {
         // The generic product and accessors, for their messages on shapes
@@ -469,7 +488,7 @@ bool CConvexHullComputer::isAbove(const CFacet* f, const CMatrix<double>& p)
         height *= p;
         return height(0, 0) > b(0, 0) + eps;
     }
-    return Impl::RowTimesColumn(A.Data(), p.Data(), d, p.Cols()) > b.Data()[0] + eps;
+    return Impl::RowTimesColumn(A.Data(), p.Data(), rows, cols) > b.Data()[0] + eps;
 }
 
 bool CConvexHullComputer::matchesWithin(const CMatrix<double>& a, const CMatrix<double>& r)
@@ -596,18 +615,11 @@ std::list<CMatrix<double>> CConvexHullComputer::getVertices() const
     CDistinctKeys<CVertexKey, decltype(less)> seen(planar ? std::vector<double>{1e-6, 0.0}
                                                           : std::vector<double>{1e-6, 1e-6, 0.0},
                                                    facets.size(), less);
-    // The facets in list order, their objects and vertices requested from
-    // memory ahead of use.
-    constexpr std::size_t kAhead = 8;
     const std::vector<const CFacet*> all(facets.begin(), facets.end());
-    for (std::size_t i = 0; i < all.size(); ++i)
-        if (i + kAhead < all.size())
-            Impl::Prefetch(all[i + kAhead]);
     std::list<CMatrix<double>> result;
     for (std::size_t f = 0; f < all.size(); ++f)
     {
-        if (f + kAhead < all.size())
-            Impl::Prefetch(all[f + kAhead]->getVertices().Data());
+        PrefetchFacetAhead(all, f, true);
         const CMatrix<double>& V = all[f]->getVertices();
         const std::size_t cols = V.Cols();
         // Too few rows: the accessors raise their message.

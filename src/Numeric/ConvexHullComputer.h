@@ -117,6 +117,7 @@ private:
     void warnNullNeighbour(const CFacet* f, std::size_t i, std::size_t outsideCount, const CMatrix<double>& p) const;
 
     static bool isAbove(const CFacet* f, const CMatrix<double>& p);
+    static bool isAboveShaped(const CFacet* f, const CMatrix<double>& p, std::size_t rows, std::size_t cols);
     static bool isIn(const CMatrix<double>& a, const std::list<CMatrix<double>>& L);
     static bool isIn(std::size_t i, const std::vector<std::size_t>& v);
     static bool isIn(const CFacet* f, const std::list<CFacet*>& L);

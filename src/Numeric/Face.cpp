@@ -54,22 +54,20 @@ CFace::CFace(unsigned char dimSpace_, unsigned char dimSelf_)
 // element equal (so NaN never matches).
 bool CFace::hasVertex(const CMatrix<double>& p) const
 {
-    return p.Cols() == 1 && hasVertexColumn(p, 0);
+    const std::size_t rows = p.Rows();
+    return p.Cols() == 1 && hasVertexValues(rows == 0 ? nullptr : p.Data(), rows, 1);
 }
 
-bool CFace::hasVertexColumn(const CMatrix<double>& M, std::size_t j) const
+bool CFace::hasVertexValues(const double* column, std::size_t rows, std::size_t stride) const
 {
-    const std::size_t rows = Impl::RowsOfValue(vertices);
     const std::size_t cols = Impl::ColsOfValue(vertices);
-    if (M.Rows() != rows)
+    if (rows != Impl::RowsOfValue(vertices))
         return false;
     const double* v = vertices.Data();
-    const double* m = rows == 0 ? nullptr : M.Data() + j;
-    const std::size_t stride = M.Cols();
     for (std::size_t c = 0; c < cols; ++c)
     {
         std::size_t i = 0;
-        while (i < rows && v[i * cols + c] == m[i * stride])
+        while (i < rows && v[i * cols + c] == column[i * stride])
             ++i;
         if (i == rows)
             return true;

@@ -35,9 +35,9 @@ public:
     void print() const;
 
 protected:
-    // True when column j of M equals some column of `vertices` exactly;
-    // hasVertex without extracting the column.
-    bool hasVertexColumn(const CMatrix<double>& M, std::size_t j) const;
+    // hasVertex for the column of `rows` values at column[0], column[stride],
+    // ... (null when rows is 0), without extracting it into a matrix.
+    bool hasVertexValues(const double* column, std::size_t rows, std::size_t stride) const;
 
     CMatrix<double> A;
     CMatrix<double> b;

@@ -237,9 +237,11 @@ void CFacet::addNeighbour(CFacet* g)
     // Reading a column the vertex matrix does not have raises its index message.
     if (vertices.Cols() < d)
         vertices.GetCol(vertices.Cols());
+    const std::size_t rows = Impl::RowsOfValue(vertices);
+    const std::size_t stride = Impl::ColsOfValue(vertices);
     for (std::size_t i = 0; i < d; ++i)
     {
-        if (g->hasVertexColumn(vertices, i))
+        if (g->hasVertexValues(Impl::ColumnStart(vertices, rows, i), rows, stride))
             ++shared;
         else
             missing = i;
@@ -296,8 +298,10 @@ void CFacetConnector::reset(CFacet* visible, CFacet* hidden, const CMatrix<doubl
 
 bool CFacetConnector::hasVertices(CMatrix<double>& M) const
 {
-    for (std::size_t j = 0; j < M.Cols(); ++j)
-        if (!hasVertexColumn(M, j))
+    const std::size_t rows = M.Rows();
+    const std::size_t cols = M.Cols();
+    for (std::size_t j = 0; j < cols; ++j)
+        if (!hasVertexValues(Impl::ColumnStart(M, rows, j), rows, cols))
             return false;
     return true;
 }

@@ -38,6 +38,12 @@ inline std::size_t ColsOfValue(const CMatrix<double>& m)
     return m.CMatrix<double>::Cols();
 }
 
+// Column j of M as values for CFace::hasVertexValues.
+inline const double* ColumnStart(const CMatrix<double>& M, std::size_t rows, std::size_t j)
+{
+    return rows == 0 ? nullptr : M.Data() + j;
+}
+
 // True when x can take part in a 1-by-d row product with a (0, 0) element;
 // otherwise the generic product must run so that it raises its own message.
 inline bool FitsRowProduct(std::size_t d, const CMatrix<double>& x)

@@ -9,8 +9,10 @@
 #include "Numeric/helpers/HullKernels.h"
 #include "Numeric/helpers/HullLookup.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <cstdint>
 #include <iterator>
 #include <list>
@@ -265,53 +267,77 @@ public:
     std::vector<CNode> order;
     std::vector<std::vector<CNode>> spareNodes;
     std::uint64_t stamp = 0;
-    // The points found inside the hull, released when the construction ends:
-    // releasing them one by one amid the construction's own allocations
-    // keeps the allocator busy sorting them. The nodes of droppedInOrder are
-    // also listed in droppedNodes, so that releasing them can request the
-    // memory of nodes ahead early.
+    // The points found inside the hull, with their nodes, released when the
+    // construction ends: releasing them one by one amid the construction's
+    // own allocations keeps the allocator busy sorting them.
     std::list<CMatrix<double>> dropped;
-    std::list<CMatrix<double>> droppedInOrder;
     std::vector<CNode> droppedNodes;
+    std::vector<CNode> stagedDrops; // the current distribution's, still in `points`
 
+    // Releases the dropped points in the order of their addresses: the
+    // allocator then finds the neighbours of each block it takes back
+    // already at hand, which makes releasing many scattered points several
+    // times faster, now and when it later merges the free blocks.
     void releaseDropped()
     {
-        constexpr std::size_t kAhead = 16;
-        for (std::size_t i = 0; i < droppedNodes.size(); ++i)
+        if (droppedNodes.size() != dropped.size()) // after an interruption
         {
-            if (i + kAhead < droppedNodes.size())
+            droppedNodes.clear();
+            dropped.clear();
+            return;
+        }
+        std::sort(droppedNodes.begin(), droppedNodes.end(),
+                  [](CNode a, CNode b) { return std::less<const void*>()(&*a, &*b); });
+        constexpr std::size_t kAhead = 16;
+        const std::size_t n = droppedNodes.size();
+        for (std::size_t i = 0; i < n; ++i)
+        {
+            if (i + kAhead < n)
                 Impl::Prefetch(&*droppedNodes[i + kAhead]);
-            if (i + kAhead / 2 < droppedNodes.size())
-                Impl::Prefetch(droppedNodes[i + kAhead / 2]->Data());
-            droppedInOrder.erase(droppedNodes[i]);
+            if (i + kAhead / 2 < n)
+            {
+                // The neighbours the unlinking writes to.
+                const CNode ahead = droppedNodes[i + kAhead / 2];
+                if (ahead != dropped.begin())
+                    Impl::Prefetch(&*std::prev(ahead));
+                if (const CNode after = std::next(ahead); after != dropped.end())
+                    Impl::Prefetch(&*after);
+            }
+            dropped.erase(droppedNodes[i]);
         }
         droppedNodes.clear();
-        dropped.clear();
     }
 
     // Moves every point of `points` to the front of the outside set of the
-    // first facet of L it lies above and drops the others: the result of
-    // walking L facet after facet, each time over all remaining points.
-    // Walking the points once instead gives the same sets in the same order.
-    // With fromHorizon the computer has just run the horizon search and the
-    // points are the outside sets it moved, whose nodes are known: they are
-    // visited through an array, which lets the memory of nodes far ahead be
-    // requested early, and inside points are released at once.
+    // first facet of L it lies above and drops the others (to `dropped`):
+    // the result of walking L facet after facet, each time over all
+    // remaining points. Walking the points once instead gives the same sets
+    // in the same order. With fromHorizon the computer has just run the
+    // horizon search and the points are the outside sets it moved, whose
+    // nodes are known: they are visited through an array, which lets the
+    // memory of nodes far ahead be requested early.
     void distribute(CConvexHullComputer& hull, const std::list<CFacet*>& L, bool fromHorizon)
     {
         ensureTracked(hull);
+        stagedDrops.clear();
+        bool ordered = false;
         if (!prepareTargets(L))
             distributeLiterally(hull, L);
         else if (targetCount != 0)
         {
-            if (fromHorizon && horizonOrder(hull))
+            ordered = fromHorizon && horizonOrder(hull);
+            if (ordered)
                 distributeInOrder(hull.points);
             else if (!distributeWalking(hull.points))
                 distributeLiterally(hull, L);
         }
         for (std::size_t j = 0; j < targetCount; ++j)
             learnOutside(targets[j]);
+        if (!ordered)
+            for (CNode it = hull.points.begin(); it != hull.points.end(); ++it)
+                stagedDrops.push_back(it);
         dropped.splice(dropped.end(), hull.points);
+        droppedNodes.insert(droppedNodes.end(), stagedDrops.begin(), stagedDrops.end());
         // The arrays keep their storage for the next distributions.
         for (std::vector<CNode>& nodes : horizonNodes)
         {
@@ -495,8 +521,7 @@ private:
     }
 
     // Every point here came from an earlier distribution, so its shape fits
-    // the row product. Each node is the front of `points` when its turn
-    // comes.
+    // the row product. Points inside stay in `points` for now.
     void distributeInOrder(std::list<CMatrix<double>>& points)
     {
         constexpr std::size_t kAhead = 16;
@@ -512,10 +537,7 @@ private:
             if (j < targetCount)
                 moveTo(points, order[i], targets[j], height);
             else
-            {
-                droppedInOrder.splice(droppedInOrder.end(), points, order[i]);
-                droppedNodes.push_back(order[i]);
-            }
+                stagedDrops.push_back(order[i]);
         }
     }
 
@@ -585,8 +607,10 @@ private:
     bool holdsAllBut(std::size_t r, std::size_t k, std::size_t r2) const
     {
         const CMatrix<double>& R = ridges[r]->vertices;
-        for (std::size_t j = 0; j < R.Cols(); ++j)
-            if (j != k && !ridges[r2]->hasVertexColumn(R, j))
+        const std::size_t rows = Impl::RowsOfValue(R);
+        const std::size_t cols = Impl::ColsOfValue(R);
+        for (std::size_t j = 0; j < cols; ++j)
+            if (j != k && !ridges[r2]->hasVertexValues(Impl::ColumnStart(R, rows, j), rows, cols))
                 return false;
         return true;
     }
