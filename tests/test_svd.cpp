@@ -280,6 +280,34 @@ TEST(Svd, NanInputFailsOrPropagatesWithoutHanging)
     EXPECT_EQ(CNumeric::Rank(single, 1e300), 1);
 }
 
+TEST(Svd, SubnormalPivotsGiveFiniteOrthogonalFactors)
+{
+    // A subnormal pivot (a row or column reduced to a value below 2^-1022)
+    // once made 1 / pivot overflow in the accumulation of V or U, leaving
+    // infinities and NaN in factors of finite input.
+    const std::vector<std::vector<std::vector<double>>> cases = {
+        {{63, -1.26e-320}},                // subnormal superdiagonal: V
+        {{-7e-12, 9.2e-322, 0, 0}},       // the same in a wider row
+        {{1e-320, 0}, {0, 1}},            // subnormal diagonal: U
+        {{1, 2e-320, 0}, {3, 0, 5e-321}}, // both
+    };
+    for (const auto& rows : cases)
+    {
+        const CMatrix<double> A = FromRows<double>(rows);
+        const Decomposition d = Decompose(A, true);
+        for (std::size_t i = 0; i < A.Cols(); ++i)
+        {
+            EXPECT_TRUE(std::isfinite(d.S(i, 0)));
+            for (std::size_t j = 0; j < A.Cols(); ++j)
+                EXPECT_TRUE(std::isfinite(d.V(i, j)));
+        }
+        for (std::size_t i = 0; i < A.Rows(); ++i)
+            for (std::size_t j = 0; j < A.Cols(); ++j)
+                EXPECT_TRUE(std::isfinite(d.U(i, j)));
+        ExpectValidSvd(A, d, 1e-12);
+    }
+}
+
 TEST(Svd, WorkVectorAllocationFailureThrows)
 {
     // Wide enough that the work vector does not fit the stack buffer.

@@ -34,6 +34,15 @@ double WithSignOf(double magnitude, double signSource)
     return signSource >= 0.0 ? std::fabs(magnitude) : -std::fabs(magnitude);
 }
 
+// y / x the routine's way, as y times the reciprocal 1 / x. Only where that
+// reciprocal overflows (|x| below 2^-1024, a subnormal pivot) is y divided
+// directly: the product would be infinite or NaN although the quotient is
+// representable. Every other result keeps its bits.
+double TimesReciprocal(double y, double x, double reciprocal)
+{
+    return std::isfinite(reciprocal) ? y * reciprocal : y / x;
+}
+
 // Applies the plane rotation (c, s) to columns p and q of the 1-based rows
 // 1..rows of x: x_p' = x_p c + x_q s, x_q' = x_q c - x_p s.
 void RotateColumns(double** x, int rows, int p, int q, double c, double s)
@@ -138,16 +147,23 @@ void AccumulateRight(double** a, int n, double** v, const double* rv1)
         if (i < n)
         {
             const double g = rv1[l];
+            // With a subnormal g the reflection vector a[i][.] / (a[i][l] g),
+            // of the order 1 / g, overflows although every update it makes
+            // is of the order of one: the vector is then kept without the
+            // factor 1 / g, which is applied to the dot products instead.
+            const bool scaled = std::isfinite(1.0 / g);
             if (g != 0.0)
             {
                 // Two divisions instead of one product avoid a possible underflow.
                 for (int j = l; j <= n; ++j)
-                    v[j][i] = (a[i][j] / a[i][l]) / g;
+                    v[j][i] = scaled ? (a[i][j] / a[i][l]) / g : a[i][j] / a[i][l];
                 for (int j = l; j <= n; ++j)
                 {
                     double dot = 0.0;
                     for (int k = l; k <= n; ++k)
                         dot += a[i][k] * v[k][j];
+                    if (!scaled)
+                        dot /= g;
                     for (int k = l; k <= n; ++k)
                         v[k][j] += dot * v[k][i];
                 }
@@ -169,23 +185,27 @@ void AccumulateLeft(double** a, int m, int n, const double* w)
     for (int i = std::min(m, n); i >= 1; --i)
     {
         const int l = i + 1;
-        double g = w[i];
+        const double g = w[i];
         for (int j = l; j <= n; ++j)
             a[i][j] = 0.0;
         if (g != 0.0)
         {
-            g = 1.0 / g;
+            // A subnormal w[i] makes 1 / w[i] and the factor f overflow,
+            // although f times the column, divided by w[i], is of the order
+            // of one: the column is then divided before it is multiplied.
+            const double inverse = 1.0 / g;
+            const bool scaled = std::isfinite(inverse);
             for (int j = l; j <= n; ++j)
             {
                 double dot = 0.0;
                 for (int k = l; k <= m; ++k)
                     dot += a[k][i] * a[k][j];
-                const double f = (dot / a[i][i]) * g;
+                const double f = scaled ? (dot / a[i][i]) * inverse : dot / a[i][i];
                 for (int k = i; k <= m; ++k)
-                    a[k][j] += f * a[k][i];
+                    a[k][j] += f * (scaled ? a[k][i] : a[k][i] / g);
             }
             for (int j = i; j <= m; ++j)
-                a[j][i] *= g;
+                a[j][i] = TimesReciprocal(a[j][i], g, inverse);
         }
         else
         {
@@ -231,8 +251,8 @@ int SplitBlock(double** a, int m, int k, double* w, double* rv1, double anorm)
         const double h = Hypot(f, g);
         w[i] = h;
         const double inverse = 1.0 / h;
-        c = g * inverse;
-        s = -f * inverse;
+        c = TimesReciprocal(g, h, inverse);
+        s = TimesReciprocal(-f, h, inverse);
         RotateColumns(a, m, nm, i, c, s);
     }
     return l;
@@ -274,9 +294,9 @@ void ShiftedSweep(double** a, int m, int n, double* w, double** v, double* rv1, 
         w[j] = z;
         if (z != 0.0)
         {
-            z = 1.0 / z;
-            c = f * z;
-            s = h * z;
+            const double inverse = 1.0 / z;
+            c = TimesReciprocal(f, z, inverse);
+            s = TimesReciprocal(h, z, inverse);
         }
         f = c * g + s * y;
         x = c * y - s * g;
