@@ -209,8 +209,8 @@ struct RandomCase
 // Sizes keep the whole comparison to a few seconds in an optimised build;
 // on a sphere every point is a vertex, so those sets are smaller.
 const RandomCase kRandomCases[] = {
-    {2, 3000, Shape::Ball, 21}, {2, 600, Shape::Sphere, 22}, {3, 3000, Shape::Ball, 31}, {3, 400, Shape::Sphere, 32},
-    {4, 600, Shape::Ball, 41},  {4, 100, Shape::Sphere, 42}, {5, 200, Shape::Ball, 51},  {5, 40, Shape::Sphere, 52},
+    {2, 5000, Shape::Ball, 21}, {2, 1000, Shape::Sphere, 22}, {3, 5000, Shape::Ball, 31}, {3, 1000, Shape::Sphere, 32},
+    {4, 1000, Shape::Ball, 41}, {4, 200, Shape::Sphere, 42}, {5, 500, Shape::Ball, 51},  {5, 80, Shape::Sphere, 52},
 };
 
 std::string Name(const RandomCase& c, bool duplicated)
@@ -288,7 +288,7 @@ TEST(HullQhull, RandomPointsGiveQhullsPlanesAndVertices)
 
 TEST(HullQhull, CubeGridGivesTheSixFacesAndKeepsQhullsVertices)
 {
-    const int n = 4;
+    const int n = 8;
     {
         SCOPED_TRACE("cube surface");
         EXPECT_NO_THROW(CompareCubeGrid(CubeGrid(n, true), n));
