@@ -211,6 +211,31 @@ TEST(SymmMatrix, JacobiTakesThePositiveRootForNegativeTheta)
     ExpectEigenDecomposition(a, v, lambda);
 }
 
+TEST(SymmMatrix, JacobiHugeThetaStaysFinite)
+{
+    // theta = +-3e144 / 2e-11 = +-1.5e155, whose square overflows; the
+    // rotation must still be the one the formula gives without overflow.
+    // Positive theta: sqrt(theta^2 + 1) rounds to theta, t = 0, c = 1, s = 0:
+    // the element is dropped and nothing else changes.
+    const CSymmMatrix<double> up({0, 1e-11, 1e-11, 3e144}, 2);
+    CSymmMatrix<double> v(2);
+    std::vector<double> lambda(2);
+    up.SolveEigenProblem(v, lambda, kEps);
+    EXPECT_EQ(lambda, (std::vector<double>{0, 3e144}));
+    EXPECT_EQ(Elements(v), (std::vector<double>{1, 0, 0, 1}));
+
+    // Negative theta: t = 2 |theta| = 3e155, c = 1 / t, s = t c, a turn by
+    // 90 degrees that swaps the two diagonal values.
+    const CSymmMatrix<double> down({3e144, 1e-11, 1e-11, 0}, 2);
+    down.SolveEigenProblem(v, lambda, kEps);
+    EXPECT_NEAR(lambda[0], 0.0, 1e130);
+    EXPECT_NEAR(lambda[1], 3e144, 1e130);
+    EXPECT_NEAR(v(0, 0), 1 / 3e155, 1e-170);
+    EXPECT_NEAR(v(1, 0), -1.0, 1e-15);
+    EXPECT_NEAR(v(0, 1), 1.0, 1e-15);
+    EXPECT_NEAR(v(1, 1), 1 / 3e155, 1e-170);
+}
+
 TEST(SymmMatrix, JacobiDiagonalAndEmpty)
 {
     const CSymmMatrix<double> diag({3, 0, 0, 0, -1, 0, 0, 0, 2}, 3);

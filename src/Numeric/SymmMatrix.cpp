@@ -106,6 +106,17 @@ std::ostream& CSymmMatrix<T>::Print(std::ostream& os) const
 
 namespace
 {
+// sqrt(x^2 + 1) as written, except that from |x| > 2^27 on it is |x| itself:
+// there x^2 + 1 rounds to x^2 and sqrt(x^2) is exactly |x|, so the value is
+// the same, while x^2 would overflow for |x| above 1.3e154 and turn a finite
+// rotation into infinities and NaN.
+template <class T>
+T SqrtOfSquarePlusOne(T x)
+{
+    constexpr T large = 134217728.0; // 2^27
+    return std::fabs(x) > large ? std::fabs(x) : std::sqrt(x * x + 1);
+}
+
 // Bit-for-bit equality: NaN elements compare equal to themselves here.
 template <class T>
 bool SameState(const CSymmMatrix<T>& a, int64 p, int64 q, const CSymmMatrix<T>& b, int64 bp, int64 bq)
@@ -161,8 +172,8 @@ void CSymmMatrix<T>::SolveEigenProblem(CSymmMatrix& eigenvectors, std::vector<T>
         const T theta = (a.At(qq, qq) - a.At(pp, pp)) / (2 * apq);
         // Always the positive root of t^2 + 2 theta t - 1 = 0, also for
         // negative theta: results that callers compare against depend on it.
-        const T t = std::sqrt(theta * theta + 1) - theta;
-        const T c = 1 / std::sqrt(t * t + 1);
+        const T t = SqrtOfSquarePlusOne(theta) - theta;
+        const T c = 1 / SqrtOfSquarePlusOne(t);
         const T s = t * c;
 
         a2 = a;
