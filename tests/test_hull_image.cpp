@@ -1,5 +1,9 @@
 #include "ExpectThrow.h"
 
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
 #include <random>
 #include <set>
 #include <tuple>
@@ -45,15 +49,18 @@ void ExpectBox(const CConvexHullComputer::CBox& box, std::array<int, 6> expected
     EXPECT_EQ((std::array<int, 6>{box.xmin, box.ymin, box.zmin, box.xmax, box.ymax, box.zmax}), expected);
 }
 
-// The pixels a painter must set: every pixel of the box whose centre passes
-// the hull's own inside test, found by trying them all.
-std::set<std::tuple<int, int, int>> InsidePixels(const CConvexHullComputer& hull, const CImage& image, int z0, int z1)
+// The pixels a painter must set: every pixel of the box (clipped to the
+// image) whose centre passes the hull's own inside test, found by trying them all.
+std::set<std::tuple<int, int, int>> InsidePixels(const CConvexHullComputer& hull, const CImage& image,
+                                                 const CConvexHullComputer::CBox& box)
 {
     std::set<std::tuple<int, int, int>> inside;
     const std::size_t d = hull.getDimSpace();
+    const int z0 = d == 3 ? std::max(box.zmin, 0) : 0;
+    const int z1 = d == 3 ? std::min(box.zmax, image.Depth() - 1) : 0;
     for (int z = z0; z <= z1; ++z)
-        for (int y = 0; y < image.Height(); ++y)
-            for (int x = 0; x < image.Width(); ++x)
+        for (int y = std::max(box.ymin, 0); y <= std::min(box.ymax, image.Height() - 1); ++y)
+            for (int x = std::max(box.xmin, 0); x <= std::min(box.xmax, image.Width() - 1); ++x)
             {
                 const auto p = d == 3 ? Column({double(x), double(y), double(z)}) : Column({double(x), double(y)});
                 if (hull.isInside(p))
@@ -71,6 +78,48 @@ std::set<std::tuple<int, int, int>> SetPixels(const CImage& image, std::uint64_t
                 if (image.GetPixel(x, y, z) == colour)
                     set.emplace(x, y, z);
     return set;
+}
+
+// Paints the hull into an empty image and compares with the inside test tried
+// on every pixel; reports how many pixels differ and the first of them.
+void ExpectPaintsTheInsidePixels(const CConvexHullComputer& hull, const CSize& size,
+                                 const CConvexHullComputer::CBox& box, const std::string& what)
+{
+    CImage image(IMAGE_GREY_8, size);
+    hull.paintConvexHullToImage(image, box, 1);
+    const auto painted = SetPixels(image, 1);
+    const auto inside = InsidePixels(hull, image, box);
+    std::vector<std::tuple<int, int, int>> differ;
+    std::set_symmetric_difference(painted.begin(), painted.end(), inside.begin(), inside.end(),
+                                  std::back_inserter(differ));
+    EXPECT_TRUE(differ.empty()) << what << ": " << differ.size() << " of " << inside.size()
+                                << " pixels differ, first at (" << std::get<0>(differ.front()) << ", "
+                                << std::get<1>(differ.front()) << ", " << std::get<2>(differ.front()) << ")";
+}
+
+CConvexHullComputer::CBox WholeImage(const CSize& size)
+{
+    return {0, 0, 0, size.Width() - 1, size.Height() - 1, size.Depth() - 1};
+}
+
+// The lattice points of a ball (a disk for d = 2), only the two ends of each
+// row, as the image loader would give them.
+void AddLatticeBall(CConvexHullComputer& hull, const double centre[3], double radius)
+{
+    const bool flat = hull.getDimSpace() == 2;
+    for (int z = flat ? 0 : int(std::floor(centre[2] - radius)); z <= (flat ? 0 : int(centre[2] + radius)); ++z)
+        for (int y = int(std::floor(centre[1] - radius)); y <= int(centre[1] + radius); ++y)
+        {
+            const double dz = flat ? 0.0 : z - centre[2], dy = y - centre[1];
+            const double half2 = radius * radius - dy * dy - dz * dz;
+            if (half2 < 0)
+                continue;
+            const int left = int(std::ceil(centre[0] - std::sqrt(half2)));
+            const int right = int(std::floor(centre[0] + std::sqrt(half2)));
+            for (int x : {left, right})
+                if (left <= right)
+                    hull.addPoint(flat ? Column({double(x), double(y)}) : Column({double(x), double(y), double(z)}));
+        }
 }
 } // namespace
 
@@ -278,7 +327,8 @@ TEST(HullImagePaint, PaintsExactlyThePixelsThatPassTheInsideTest)
         hull.compute();
         CImage image(types[round % 4], CSize(24, 22, d == 3 ? 20 : 1));
         hull.paintConvexHullToImage(image, CConvexHullComputer::CBox{-3, -3, -3, 40, 40, 40}, 1);
-        EXPECT_EQ(SetPixels(image, 1), InsidePixels(hull, image, 0, d == 3 ? image.Depth() - 1 : 0)) << round;
+        EXPECT_EQ(SetPixels(image, 1), InsidePixels(hull, image, CConvexHullComputer::CBox{-3, -3, -3, 40, 40, 40}))
+            << round;
     }
 }
 
@@ -302,4 +352,205 @@ TEST(HullImagePaint, APaintedHullLoadsBackToTheSamePlanes)
         return set;
     };
     EXPECT_EQ(planes(again), planes(hull));
+}
+
+// Balls of many facets: near a finely tessellated surface many planes come
+// close to every pixel, and lattice points lie exactly on the facets.
+TEST(HullImagePaint, HullsOfManyFacets)
+{
+    const double centre[3] = {17.4, 16.6, 17.9};
+    CConvexHullComputer lattice(3, "lattice", nullptr);
+    AddLatticeBall(lattice, centre, 15.3);
+    lattice.compute();
+    EXPECT_GT(lattice.getA().size(), 300u);
+    const CSize size(35, 34, 36);
+    ExpectPaintsTheInsidePixels(lattice, size, WholeImage(size), "lattice ball");
+    ExpectPaintsTheInsidePixels(lattice, size, {5, -2, 10, 29, 40, 25}, "lattice ball, part");
+
+    // Vertices off the lattice: points on a sphere.
+    std::mt19937 random(11);
+    std::normal_distribution<double> normal;
+    CConvexHullComputer sphere(3, "sphere", nullptr);
+    for (int i = 0; i < 400; ++i)
+    {
+        const double v[3] = {normal(random), normal(random), normal(random)};
+        const double scale = 14.2 / std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
+        sphere.addPoint(Column({centre[0] + v[0] * scale, centre[1] + v[1] * scale, centre[2] + v[2] * scale}));
+    }
+    sphere.compute();
+    ExpectPaintsTheInsidePixels(sphere, size, WholeImage(size), "sphere");
+
+    const double disk[3] = {75.5, 74.25, 0.0};
+    CConvexHullComputer flat(2, "disk", nullptr);
+    AddLatticeBall(flat, disk, 70.0);
+    flat.compute();
+    EXPECT_GE(flat.getA().size(), 40u);
+    const CSize plane(152, 150, 1);
+    ExpectPaintsTheInsidePixels(flat, plane, WholeImage(plane), "lattice disk");
+}
+
+// A nearly flat cap: neighbouring facets differ by angles of about 1e-7, and
+// their normals are nearly perpendicular to the rows.
+TEST(HullImagePaint, NearlyCoplanarFacets)
+{
+    CConvexHullComputer cap(3, "cap", nullptr);
+    for (int y = 2; y <= 26; y += 3)
+        for (int x = 2; x <= 26; x += 3)
+            cap.addPoint(Column({double(x), double(y), 6.0 + 1e-7 * ((x - 14) * (x - 14) + (y - 14) * (y - 14))}));
+    cap.addPoint(Column({14.0, 14.0, 1.0}));
+    cap.compute();
+    const CSize size(30, 29, 9);
+    ExpectPaintsTheInsidePixels(cap, size, WholeImage(size), "cap");
+}
+
+// A prism along the rows whose side planes tilt by a few 1e-12 over its
+// length, so a row that lies on a side plane at one end leaves it within eps
+// a few pixels further on; one side is exactly parallel to the rows.
+TEST(HullImagePaint, PlanesNearlyParallelToTheRows)
+{
+    const double section[][2] = {{12, 3}, {18, 6}, {21, 12}, {18, 18}, {12, 21}, {6, 18}, {3, 12}, {6, 6}};
+    CConvexHullComputer prism(3, "prism", nullptr);
+    int k = 0;
+    for (const auto& yz : section)
+    {
+        const double tilt = k++ == 0 ? 0.0 : 3e-11 * k;
+        prism.addPoint(Column({3.0, yz[0], yz[1]}));
+        prism.addPoint(Column({40.0, yz[0] + tilt * (yz[0] - 12), yz[1] + tilt * (yz[1] - 12)}));
+    }
+    prism.compute();
+    const CSize size(44, 24, 24);
+    ExpectPaintsTheInsidePixels(prism, size, WholeImage(size), "prism");
+}
+
+// The painter must match the inside test for any set of half-spaces, not
+// only for hulls: random planes through pixel centres, shifted by about eps,
+// with components that are zero, negative zero, tiny or denormal.
+TEST(HullImagePaint, AnySetOfHalfSpaces)
+{
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> component(-2.0, 2.0);
+    std::uniform_int_distribution<int> pick(0, 7);
+    const double special[] = {0.0, -0.0, 1e-300, -4e-320, 1e-17, -3e-13, 1e-9, 2e-6};
+    const double eps = 1e-12;
+    const double shifts[] = {0.0, eps, -eps, std::nextafter(eps, 1.0), std::nextafter(eps, 0.0), 3e-12, -5e-13, 0.7};
+    for (int round = 0; round < 24; ++round)
+    {
+        const std::size_t d = round % 3 == 2 ? 2 : 3;
+        const CSize size(21, 19, d == 3 ? 17 : 1);
+        CConvexHullComputer halfSpaces(d, "planes", nullptr);
+        for (int count = 0; count < 6 + round; ++count)
+        {
+            CMatrix<double> a(1, d);
+            for (std::size_t i = 0; i < d; ++i)
+                a(0, i) = pick(random) < 2 ? special[pick(random)] : component(random);
+            // Through a pixel centre, b computed as the inside test sums.
+            const double p[3] = {double(pick(random) * 3), double(pick(random) * 2 + 2), double(pick(random) * 2)};
+            double b = 0.0;
+            for (std::size_t i = 0; i < d; ++i)
+                b += a(0, i) * p[i];
+            halfSpaces.getA().push_back(a);
+            halfSpaces.getb().push_back(b - shifts[pick(random)]);
+        }
+        ExpectPaintsTheInsidePixels(halfSpaces, size, WholeImage(size), "round " + std::to_string(round));
+        ExpectPaintsTheInsidePixels(halfSpaces, size, {-4, 3, 2, 15, 30, 9}, "round " + std::to_string(round));
+    }
+}
+
+// Planes whose boundary value = eps passes within rounding of many pixel
+// centres (-0.1 x + 0.3 y + 0.7 z = 1 on a whole lattice of them): there the
+// inside test decides by the rounding of its own sum, which a boundary
+// computed any other way does not reproduce.
+TEST(HullImagePaint, BoundariesThroughPixelCentres)
+{
+    const double eps = 1e-12;
+    struct Boundary
+    {
+        std::vector<double> a;
+        double level;
+    };
+    const Boundary boundaries[] = {{{-0.1, 0.3, 0.7}, 1.0},
+                                   {{0.1, -0.3, 0.2}, 0.5},
+                                   {{-0.73, 2.19, 5.11}, 7.3},
+                                   {{0.1, 0.7, -0.3}, 0.9},
+                                   {{-0.1, 0.3}, 0.4},
+                                   {{0.7, -0.1}, 3.3}};
+    const CSize size(48, 19, 11);
+    CConvexHullComputer all3(3, "all", nullptr);
+    CConvexHullComputer all2(2, "all", nullptr);
+    int index = 0;
+    for (const auto& boundary : boundaries)
+    {
+        const std::size_t d = boundary.a.size();
+        CMatrix<double> a(1, d);
+        for (std::size_t i = 0; i < d; ++i)
+            a(0, i) = boundary.a[i];
+        CConvexHullComputer one(d, "one", nullptr);
+        for (CConvexHullComputer* hull : {&one, d == 3 ? &all3 : &all2})
+        {
+            hull->getA().push_back(a);
+            hull->getb().push_back(boundary.level - eps);
+        }
+        ExpectPaintsTheInsidePixels(one, size, WholeImage(size), "boundary " + std::to_string(index++));
+    }
+    ExpectPaintsTheInsidePixels(all3, size, WholeImage(size), "3-D boundaries together");
+    ExpectPaintsTheInsidePixels(all2, size, WholeImage(size), "2-D boundaries together");
+}
+
+// Boxes whose corner nearest to the boundary of a plane lies on it within
+// rounding: whether the box is all inside, all outside or all but that
+// corner hangs on the inside test at the corner alone.
+TEST(HullImagePaint, BoxCornersOnABoundary)
+{
+    const double eps = 1e-12;
+    for (double scale : {1.0, 0.7, 1.3, 3.1, 0.37, 9.0})
+        for (int level = 1; level <= 4; ++level)
+        {
+            // -0.1 x + 0.3 y + 0.7 z = level on the probes x = 3y + 7z - 10 level.
+            CConvexHullComputer plane(3, "plane", nullptr);
+            CMatrix<double> a(1, 3);
+            a(0, 0) = -0.1 * scale;
+            a(0, 1) = 0.3 * scale;
+            a(0, 2) = 0.7 * scale;
+            plane.getA().push_back(a);
+            plane.getb().push_back(level * scale - eps);
+            const CSize size(40, 12, 8);
+            const int x = 3 * 6 + 7 * 4 - 10 * level; // on the boundary in row (6, 4)
+            const std::string what = "scale " + std::to_string(scale) + ", level " + std::to_string(level);
+            ExpectPaintsTheInsidePixels(plane, size, {x, 0, 0, 39, 6, 4}, what + ", inside but a corner");
+            ExpectPaintsTheInsidePixels(plane, size, {0, 6, 4, x, 11, 7}, what + ", outside but a corner");
+        }
+}
+
+// A plane with a NaN component rejects nothing; one with an infinite
+// component rejects depending on the sign of the coordinate it multiplies
+// (0 times infinity is NaN and rejects nothing).
+TEST(HullImagePaint, NonFiniteEquations)
+{
+    CConvexHullComputer hull(3, "box", nullptr);
+    for (double x : {1.0, 5.0})
+        for (double y : {1.0, 5.0})
+            for (double z : {0.0, 4.0})
+                hull.addPoint(Column({x, y, z}));
+    hull.compute();
+    CMatrix<double> nan(1, 3);
+    nan(0, 1) = std::numeric_limits<double>::quiet_NaN();
+    hull.getA().push_back(nan);
+    hull.getb().push_back(0.0);
+    const CSize size(7, 7, 7);
+    CImage image(IMAGE_GREY_8, size);
+    hull.paintConvexHullToImage(image);
+    EXPECT_EQ(SetPixels(image, 1).size(), 125u);
+
+    // Only slice z = 0 stays inside.
+    CMatrix<double> infinite(1, 3);
+    infinite(0, 2) = std::numeric_limits<double>::infinity();
+    hull.getA().push_back(infinite);
+    hull.getb().push_back(0.0);
+    CImage cut(IMAGE_GREY_8, size);
+    hull.paintConvexHullToImage(cut);
+    const auto painted = SetPixels(cut, 1);
+    EXPECT_EQ(painted.size(), 25u);
+    EXPECT_EQ(std::count_if(painted.begin(), painted.end(), [](const auto& p) { return std::get<2>(p) == 0; }), 25);
+    ExpectPaintsTheInsidePixels(hull, size, {-2, -2, -2, 9, 9, 9}, "infinity");
+    ExpectPaintsTheInsidePixels(hull, size, {0, 0, 1, 6, 6, 6}, "infinity, no slice 0");
 }

@@ -10,18 +10,25 @@ namespace Impl
 // The pixels a hull paints, row by row, without testing every pixel against
 // every facet plane.
 //
-// A probe p passes when, for every plane k, s - b_k <= eps with
-// s = ((0 + a_k0*x) + a_k1*y) + a_k2*z summed in this order (the hull's inside
-// test). Along a row only x changes, and every step of that sum is a
-// monotone function of x, so each plane accepts a ray of x and the accepted
-// probes of a row form one interval: painting from the first to the last
-// accepted probe paints exactly the accepted probes.
+// A probe p passes plane k when s - b_k <= eps with s = ((0 + a_k0*x) +
+// a_k1*y) + a_k2*z summed in this order (the hull's inside test). Along a row
+// only x changes, and every step of that sum is a monotone function of x, so
+// within the box a plane with a_k0 <= 0 accepts a right part [l_k, x1] of the
+// row and one with a_k0 > 0 a left part [x0, u_k]: the accepted probes of the
+// row are the interval [max l_k, min u_k], and painting from its first to
+// its last probe paints exactly the accepted probes.
 //
-// The box is split recursively. For each part, a plane whose value over the
-// whole part lies clearly below eps (by more than any rounding of the sum
-// could move it) accepts every probe there and is dropped; a plane clearly
-// above eps over the whole part rejects the part. Only the planes that pass
-// through a part are tested exactly, probe by probe, in its small leaves.
+// The rows (y, z) are split recursively into boxes, each holding the planes
+// still needed for its rows. A plane that rejects every probe of a box leaves
+// its rows empty. A plane is dropped from a box only when the planes kept
+// there imply it: it accepts every probe that a kept plane of the same
+// facing accepts (Follows), or every probe between the bounds that two kept
+// planes put on all rows of the box. Dropping an implied plane changes no
+// row's intersection, so the planes of each small box that is left give its
+// rows exactly the interval that all planes give. There each row's ends are
+// found from bounds on every l_k and u_k (from the real root of the plane,
+// widened by what rounding can amount to) and the exact test wherever the
+// bounds leave a doubt.
 class CHullSpans
 {
 public:
@@ -34,25 +41,49 @@ public:
     bool Row(int y, int z, int& left, int& right) const;
 
 private:
+    struct Plane
+    {
+        double a[3]; // the normal; a[2] = 0 for d = 2, which leaves every sum unchanged
+        double b;
+        double bEps;    // b + eps, for the root
+        double inverse; // 1 / a[0]; 0 when the root is not used
+        double doubt;   // how far the computed root may lie from the row's accepted end, in
+                    // pixels; infinite when the root is not used
+        double size;    // bounds |a0 x| + |a1 y| + |a2 z| + |b| + |eps| over the box: the scale of every rounding
+    };
+    // Probes (x, y, z) with lo[i] <= coordinate i <= hi[i].
     struct Box
     {
         int lo[3];
         int hi[3];
+        // The middle along an axis, and its distance to the border.
+        double Centre(std::size_t axis) const { return 0.5 * (double(lo[axis]) + hi[axis]); }
+        double Half(std::size_t axis) const { return 0.5 * (double(hi[axis]) - lo[axis]); }
     };
 
-    // The planes of a part are `count` blocks of d + 1 numbers at m_stack[first].
-    void Visit(const Box& box, std::size_t first, std::size_t count);
-    void Accept(int y, int z, int left, int right);
-    bool Passes(std::size_t first, std::size_t count, int x, int y, int z);
+    // The planes of a box are `count` entries at m_stack[first], the first
+    // `facingLeft` of them with a[0] <= 0.
+    void Visit(const Box& box, std::size_t first, std::size_t facingLeft, std::size_t count);
+    bool Follows(const Plane& plane, const Plane& reference, const double centre[3], const double half[3]) const;
+    bool RowEnds(std::size_t first, std::size_t facingLeft, std::size_t count, int y, int z, int& left, int& right);
+    bool Passes(const Plane& plane, int x, int y, int z) const;
+    void SearchEveryRow(std::size_t count);
     std::size_t RowIndex(int y, int z) const;
+    void SetRow(int y, int z, int left, int right);
 
-    std::size_t m_d;
     double m_eps;
     Box m_box;
     std::vector<int> m_left;
     std::vector<int> m_right;
-    // The planes of every level of the recursion, one stack.
-    std::vector<double> m_stack;
+    // The planes of every level of the recursion, one stack; m_top is the
+    // end of the lists in use.
+    std::vector<Plane> m_stack;
+    std::size_t m_top = 0;
+    // Scratch for one box or row at a time, one entry per plane.
+    std::vector<double> m_rowValue;
+    std::vector<double> m_rowSpread;
+    std::vector<int> m_lower;
+    std::vector<int> m_upper;
 };
 } // namespace Impl
 } // namespace TOLX
