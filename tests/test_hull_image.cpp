@@ -553,4 +553,20 @@ TEST(HullImagePaint, NonFiniteEquations)
     EXPECT_EQ(std::count_if(painted.begin(), painted.end(), [](const auto& p) { return std::get<2>(p) == 0; }), 25);
     ExpectPaintsTheInsidePixels(hull, size, {-2, -2, -2, 9, 9, 9}, "infinity");
     ExpectPaintsTheInsidePixels(hull, size, {0, 0, 1, 6, 6, 6}, "infinity, no slice 0");
+
+    // Finite but huge: only x = 1 is left (1e200 * (x - 1) <= eps).
+    CConvexHullComputer huge(3, "box", nullptr);
+    for (double x : {1.0, 5.0})
+        for (double y : {1.0, 5.0})
+            for (double z : {0.0, 4.0})
+                huge.addPoint(Column({x, y, z}));
+    huge.compute();
+    CMatrix<double> steep(1, 3);
+    steep(0, 0) = 1e200;
+    huge.getA().push_back(steep);
+    huge.getb().push_back(1e200);
+    CImage slice(IMAGE_GREY_8, size);
+    huge.paintConvexHullToImage(slice);
+    EXPECT_EQ(SetPixels(slice, 1).size(), 25u);
+    ExpectPaintsTheInsidePixels(huge, size, WholeImage(size), "huge");
 }

@@ -12,13 +12,13 @@ namespace
 {
 // Every bound below allows kRounding times the size of the numbers involved
 // (Plane::size), about ninety units in the last place: the inside test's sum
-// is off by at most four units times that size, and the few operations of
-// each bound add no more than some ten more. kTiny covers the absolute error
-// of products that underflow.
+// is off from the real value by at most four units times that size, and the
+// few operations of a bound add no more than some twenty more. kTiny covers
+// the absolute error of products that underflow.
 constexpr double kRounding = 1e-14;
 constexpr double kTiny = 1e-300;
-// Up to this size nothing overflows; beyond it the bounds are not trusted.
-constexpr double kLargest = 1e280;
+// Coefficients up to this size cannot make any of these operations overflow.
+constexpr double kLargest = 1e100;
 // A root known only this roughly, in pixels, is not used.
 constexpr double kRoughest = 1e9;
 // Boxes of at most this many rows are finished row by row.
@@ -61,7 +61,7 @@ CHullSpans::CHullSpans(const std::vector<double>& planes, std::size_t d, double 
                              std::max(std::fabs(double(y0)), std::fabs(double(y1))),
                              std::max(std::fabs(double(z0)), std::fabs(double(z1)))};
     const std::size_t count = planes.size() / (d + 1);
-    m_stack.resize(4 * count + 64);
+    m_stack.resize(2 * count + 64);
     bool ordinary = std::fabs(eps) <= kLargest;
     std::size_t facingLeft = 0;
     for (std::size_t f = 0; f < count; ++f)
@@ -71,9 +71,12 @@ CHullSpans::CHullSpans(const std::vector<double>& planes, std::size_t d, double 
         std::copy(row, row + d, plane.a);
         plane.b = row[d];
         plane.size = std::fabs(plane.b) + std::fabs(eps);
+        ordinary = ordinary && std::fabs(plane.b) <= kLargest; // false for NaN too
         for (std::size_t i = 0; i < 3; ++i)
+        {
             plane.size += std::fabs(plane.a[i]) * reach[i];
-        ordinary = ordinary && plane.size <= kLargest; // false for NaN too
+            ordinary = ordinary && std::fabs(plane.a[i]) <= kLargest;
+        }
         plane.bEps = plane.b + eps;
         const double slope = std::fabs(plane.a[0]);
         plane.doubt = Margin(plane.size + slope) / slope;
@@ -95,9 +98,9 @@ CHullSpans::CHullSpans(const std::vector<double>& planes, std::size_t d, double 
     m_rowSpread.resize(count);
     m_lower.resize(count);
     m_upper.resize(count);
-    // Non-finite or huge coefficients break the monotonicity along a row
-    // (0 * infinity is NaN, which rejects nothing) and every bound: such
-    // rows are searched probe by probe.
+    // Non-finite coefficients break the monotonicity along a row (0 *
+    // infinity is NaN, which rejects nothing), and huge ones the bounds:
+    // then the rows are searched probe by probe.
     if (ordinary)
         Visit(m_box, 0, facingLeft, count);
     else
