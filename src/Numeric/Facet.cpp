@@ -69,7 +69,8 @@ CMatrix<double> SpanOf(const CFace* ridge, const CMatrix<double>& p)
 // w[1..d] and v[1..d][1..d]. Up to kLocalDimension they live on the stack, so
 // that building a facet in the usual dimensions allocates nothing for its
 // decomposition. The worker gets exactly the values CNumeric::Svd would copy
-// into its own arrays, so the results are the same bits.
+// into its own arrays, so the results are the same bits; U is never read, so
+// it is not formed.
 class CEdgeDecomposition
 {
 public:
@@ -105,7 +106,7 @@ public:
     {
         const int m = static_cast<int>(m_d - 1);
         const int n = static_cast<int>(m_d);
-        if (CNrSvd::svdcmp(m_a, m, n, m_w, m_v))
+        if (CNrSvd::svdcmpWithoutU(m_a, m, n, m_w, m_v))
             return;
         std::fill(m_w, m_w + (m_d + 1) * (m_d + 2), 0.0);
     }

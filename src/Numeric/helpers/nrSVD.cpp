@@ -43,9 +43,27 @@ double TimesReciprocal(double y, double x, double reciprocal)
     return std::isfinite(reciprocal) ? y * reciprocal : y / x;
 }
 
+// How big the worker's arrays are: known at compile time for the small shapes
+// of the hull's facets, so that their loops unroll and their values stay in
+// registers, or only at run time for every other caller. Both run the one
+// algorithm below with the same operations in the same order.
+struct CRuntimeShape
+{
+    int m;
+    int n;
+};
+
+template <int Rows, int Cols>
+struct CFixedShape
+{
+    static constexpr int m = Rows;
+    static constexpr int n = Cols;
+};
+
 // Applies the plane rotation (c, s) to columns p and q of the 1-based rows
 // 1..rows of x: x_p' = x_p c + x_q s, x_q' = x_q c - x_p s.
-void RotateColumns(double** x, int rows, int p, int q, double c, double s)
+template <class Rows>
+void RotateColumns(Rows x, int rows, int p, int q, double c, double s)
 {
     for (int r = 1; r <= rows; ++r)
     {
@@ -60,8 +78,11 @@ void RotateColumns(double** x, int rows, int p, int q, double c, double s)
 // superdiagonal into rv1[2..n] (rv1[1] stays 0). Each reflection is scaled by
 // the absolute sum of the part it reduces. Returns the largest
 // |w[i]| + |rv1[i]|, the yardstick for negligible elements.
-double Bidiagonalize(double** a, int m, int n, double* w, double* rv1)
+template <class Shape, class ARows>
+double Bidiagonalize(ARows a, Shape shape, double* w, double* rv1)
 {
+    const int m = shape.m;
+    const int n = shape.n;
     double g = 0.0;
     double scale = 0.0;
     double anorm = 0.0;
@@ -139,7 +160,8 @@ double Bidiagonalize(double** a, int m, int n, double* w, double* rv1)
 }
 
 // Builds V from the row reflections kept in the rows of a, last first.
-void AccumulateRight(double** a, int n, double** v, const double* rv1)
+template <class ARows, class VRows>
+void AccumulateRight(ARows a, int n, VRows v, const double* rv1)
 {
     for (int i = n; i >= 1; --i)
     {
@@ -180,7 +202,8 @@ void AccumulateRight(double** a, int n, double** v, const double* rv1)
 
 // Turns the column reflections kept in a into the first min(m, n) columns of
 // U, in place, last first.
-void AccumulateLeft(double** a, int m, int n, const double* w)
+template <class ARows>
+void AccumulateLeft(ARows a, int m, int n, const double* w)
 {
     for (int i = std::min(m, n); i >= 1; --i)
     {
@@ -218,8 +241,10 @@ void AccumulateLeft(double** a, int m, int n, const double* w)
 
 // Where the bidiagonal block ending at row k starts: the largest l <= k whose
 // superdiagonal rv1[l] is negligible. When w[l-1] is negligible instead,
-// rv1[l] is zeroed by rotations against the rows above (applied to a).
-int SplitBlock(double** a, int m, int k, double* w, double* rv1, double anorm)
+// rv1[l] is zeroed by rotations against the rows above (applied to a when U
+// is wanted: a never feeds back into w and v).
+template <bool LeftVectors, class ARows>
+int SplitBlock(ARows a, int m, int k, double* w, double* rv1, double anorm)
 {
     // rv1[1] is zero by construction, so the search always ends at l = 1;
     // stopping there explicitly also keeps NaN input inside the arrays.
@@ -253,14 +278,17 @@ int SplitBlock(double** a, int m, int k, double* w, double* rv1, double anorm)
         const double inverse = 1.0 / h;
         c = TimesReciprocal(g, h, inverse);
         s = TimesReciprocal(-f, h, inverse);
-        RotateColumns(a, m, nm, i, c, s);
+        if constexpr (LeftVectors)
+            RotateColumns(a, m, nm, i, c, s);
     }
     return l;
 }
 
 // One implicitly shifted QR sweep over the block l..k, the shift taken from
-// the bottom 2-by-2 minor; rotations are applied to v and a.
-void ShiftedSweep(double** a, int m, int n, double* w, double** v, double* rv1, int l, int k)
+// the bottom 2-by-2 minor; rotations are applied to v and, when U is wanted,
+// to a.
+template <bool LeftVectors, class ARows, class VRows>
+void ShiftedSweep(ARows a, int m, int n, double* w, VRows v, double* rv1, int l, int k)
 {
     double x = w[l];
     const int nm = k - 1;
@@ -300,7 +328,8 @@ void ShiftedSweep(double** a, int m, int n, double* w, double** v, double* rv1, 
         }
         f = c * g + s * y;
         x = c * y - s * g;
-        RotateColumns(a, m, j, i, c, s);
+        if constexpr (LeftVectors)
+            RotateColumns(a, m, j, i, c, s);
     }
     rv1[l] = 0.0;
     rv1[k] = f;
@@ -310,14 +339,15 @@ void ShiftedSweep(double** a, int m, int n, double* w, double** v, double* rv1, 
 // Diagonalises the bidiagonal form, one singular value at a time from the
 // bottom. The counter starts at 1 and a value that has not converged when it
 // reaches 30 fails the decomposition: at most 29 sweeps per value.
-bool Diagonalize(double** a, int m, int n, double* w, double** v, double* rv1, double anorm)
+template <bool LeftVectors, class ARows, class VRows>
+bool Diagonalize(ARows a, int m, int n, double* w, VRows v, double* rv1, double anorm)
 {
     constexpr int maxIterations = 30;
     for (int k = n; k >= 1; --k)
     {
         for (int iteration = 1;; ++iteration)
         {
-            const int l = SplitBlock(a, m, k, w, rv1, anorm);
+            const int l = SplitBlock<LeftVectors>(a, m, k, w, rv1, anorm);
             if (l == k)
             {
                 // Converged; singular values are made non-negative.
@@ -331,33 +361,94 @@ bool Diagonalize(double** a, int m, int n, double* w, double** v, double* rv1, d
             }
             if (iteration == maxIterations)
                 return false;
-            ShiftedSweep(a, m, n, w, v, rv1, l, k);
+            ShiftedSweep<LeftVectors>(a, m, n, w, v, rv1, l, k);
         }
     }
     return true;
 }
+
+// The whole worker on arrays of the given shape. Without LeftVectors, U is not
+// formed and a is left holding the reflections: w and v come out the same.
+template <bool LeftVectors, class Shape, class ARows, class VRows>
+bool Decompose(ARows a, Shape shape, double* w, VRows v, double* rv1)
+{
+    const double anorm = Bidiagonalize(a, shape, w, rv1);
+    AccumulateRight(a, shape.n, v, rv1);
+    if constexpr (LeftVectors)
+        AccumulateLeft(a, shape.m, shape.n, w);
+    return Diagonalize<LeftVectors>(a, shape.m, shape.n, w, v, rv1, anorm);
+}
+
+// w and v of an m-by-n matrix with m and n fixed at compile time, on local
+// arrays that nothing else can alias.
+template <int M, int N>
+bool DecomposeFixedWithoutU(double** a, double* w, double** v)
+{
+    double localA[M + 1][N + 1] = {};
+    double localV[N + 1][N + 1] = {};
+    double localW[N + 1] = {};
+    double rv1[N + 1] = {};
+    for (int i = 1; i <= M; ++i)
+        for (int j = 1; j <= N; ++j)
+            localA[i][j] = a[i][j];
+    const bool converged = Decompose<false>(localA, CFixedShape<M, N>{}, localW, localV, rv1);
+    for (int j = 1; j <= N; ++j)
+    {
+        w[j] = localW[j];
+        for (int i = 1; i <= N; ++i)
+            v[j][i] = localV[j][i];
+    }
+    return converged;
+}
+
+// The worker's rv1: small vectors on the stack, larger ones from the heap.
+class CWorkVector
+{
+public:
+    explicit CWorkVector(int n)
+    {
+        if (n >= kStackValues)
+        {
+            m_heap.reset(new (std::nothrow) double[static_cast<std::size_t>(n) + 1]);
+            if (!m_heap)
+                TOLX_THROW("CNrSvd::svdcmp", 60, "Memory allocation error.");
+            m_values = m_heap.get();
+        }
+    }
+    double* get() noexcept { return m_values; }
+
+private:
+    static constexpr int kStackValues = 32;
+    double m_stack[kStackValues] = {};
+    std::unique_ptr<double[]> m_heap;
+    double* m_values = m_stack;
+};
 } // namespace
 
 bool CNrSvd::svdcmp(double** a, int m, int n, double* w, double** v)
 {
-    // The hull decomposes one small matrix per facet: small work vectors live
-    // on the stack, larger ones come from the heap.
-    constexpr int stackValues = 32;
-    double onStack[stackValues] = {};
-    std::unique_ptr<double[]> onHeap;
-    double* rv1 = onStack;
-    if (n >= stackValues)
-    {
-        onHeap.reset(new (std::nothrow) double[static_cast<std::size_t>(n) + 1]);
-        if (!onHeap)
-            TOLX_THROW("CNrSvd::svdcmp", 60, "Memory allocation error.");
-        rv1 = onHeap.get();
-    }
+    CWorkVector rv1(n);
+    return Decompose<true>(a, CRuntimeShape{m, n}, w, v, rv1.get());
+}
 
-    const double anorm = Bidiagonalize(a, m, n, w, rv1);
-    AccumulateRight(a, n, v, rv1);
-    AccumulateLeft(a, m, n, w);
-    return Diagonalize(a, m, n, w, v, rv1, anorm);
+bool CNrSvd::svdcmpWithoutU(double** a, int m, int n, double* w, double** v)
+{
+    if (m + 1 == n)
+    {
+        switch (n)
+        {
+        case 2: return DecomposeFixedWithoutU<1, 2>(a, w, v);
+        case 3: return DecomposeFixedWithoutU<2, 3>(a, w, v);
+        case 4: return DecomposeFixedWithoutU<3, 4>(a, w, v);
+        case 5: return DecomposeFixedWithoutU<4, 5>(a, w, v);
+        case 6: return DecomposeFixedWithoutU<5, 6>(a, w, v);
+        case 7: return DecomposeFixedWithoutU<6, 7>(a, w, v);
+        case 8: return DecomposeFixedWithoutU<7, 8>(a, w, v);
+        default: break;
+        }
+    }
+    CWorkVector rv1(n);
+    return Decompose<false>(a, CRuntimeShape{m, n}, w, v, rv1.get());
 }
 
 void CSvdWorkspace::Prepare(int m, int n)

@@ -18,6 +18,13 @@ class VORN_API CNrSvd
 {
 public:
     static bool svdcmp(double** a, int m, int n, double* w, double** v);
+
+    // The same w, v and result bit for bit, without forming U: a is left in
+    // an unspecified state. The (d-1)-by-d shapes of facet normals,
+    // d = 2..kLargestFixedDimension, run with their sizes fixed at compile
+    // time; every other shape runs with sizes known only at run time.
+    static bool svdcmpWithoutU(double** a, int m, int n, double* w, double** v);
+    static constexpr int kLargestFixedDimension = 8;
 };
 
 // The worker's a, w and v laid out in one block with their row pointers.
