@@ -116,9 +116,8 @@ void AddLatticeBall(CConvexHullComputer& hull, const double centre[3], double ra
                 continue;
             const int left = int(std::ceil(centre[0] - std::sqrt(half2)));
             const int right = int(std::floor(centre[0] + std::sqrt(half2)));
-            for (int x : {left, right})
-                if (left <= right)
-                    hull.addPoint(flat ? Column({double(x), double(y)}) : Column({double(x), double(y), double(z)}));
+            for (int x = left; x <= right; x += std::max(right - left, 1))
+                hull.addPoint(flat ? Column({double(x), double(y)}) : Column({double(x), double(y), double(z)}));
         }
 }
 } // namespace
@@ -389,7 +388,7 @@ TEST(HullImagePaint, HullsOfManyFacets)
     ExpectPaintsTheInsidePixels(flat, plane, WholeImage(plane), "lattice disk");
 }
 
-// A nearly flat cap: neighbouring facets differ by angles of about 1e-7, and
+// A nearly flat cap: neighbouring facets differ by angles of about 1e-6, and
 // their normals are nearly perpendicular to the rows.
 TEST(HullImagePaint, NearlyCoplanarFacets)
 {
@@ -403,23 +402,40 @@ TEST(HullImagePaint, NearlyCoplanarFacets)
     ExpectPaintsTheInsidePixels(cap, size, WholeImage(size), "cap");
 }
 
-// A prism along the rows whose side planes tilt by a few 1e-12 over its
-// length, so a row that lies on a side plane at one end leaves it within eps
-// a few pixels further on; one side is exactly parallel to the rows.
+// A prism along the rows whose far section is smaller by some 1e-12 (the
+// more, the later its vertex comes in `section`), so its sides tilt by about
+// 1e-13 per pixel: a row lying on a side at the near end (value 0) passes eps
+// a few pixels further on. The side between the first two vertices is
+// exactly parallel to the rows.
 TEST(HullImagePaint, PlanesNearlyParallelToTheRows)
 {
     const double section[][2] = {{12, 3}, {18, 6}, {21, 12}, {18, 18}, {12, 21}, {6, 18}, {3, 12}, {6, 6}};
     CConvexHullComputer prism(3, "prism", nullptr);
-    int k = 0;
-    for (const auto& yz : section)
+    for (int k = 0; k < 8; ++k)
     {
-        const double tilt = k++ == 0 ? 0.0 : 3e-11 * k;
-        prism.addPoint(Column({3.0, yz[0], yz[1]}));
-        prism.addPoint(Column({40.0, yz[0] + tilt * (yz[0] - 12), yz[1] + tilt * (yz[1] - 12)}));
+        const double shrink = k < 2 ? 0.0 : 1e-13 * k;
+        const double y = section[k][0], z = section[k][1];
+        prism.addPoint(Column({3.0, y, z}));
+        prism.addPoint(Column({40.0, y - shrink * (y - 12), z - shrink * (z - 12)}));
     }
     prism.compute();
     const CSize size(44, 24, 24);
     ExpectPaintsTheInsidePixels(prism, size, WholeImage(size), "prism");
+
+    // Rows on the most tilted sides end well inside the prism; rows on the
+    // parallel side run its whole length.
+    CImage image(IMAGE_GREY_8, size);
+    prism.paintConvexHullToImage(image);
+    for (const auto& yz : std::vector<std::array<int, 2>>{{4, 14}, {5, 16}, {5, 8}, {4, 10}})
+    {
+        EXPECT_EQ(image.GetPixel(3, yz[0], yz[1]), 1u);
+        EXPECT_EQ(image.GetPixel(30, yz[0], yz[1]), 0u);
+    }
+    for (const auto& yz : std::vector<std::array<int, 2>>{{14, 4}, {16, 5}})
+    {
+        EXPECT_EQ(image.GetPixel(3, yz[0], yz[1]), 1u);
+        EXPECT_EQ(image.GetPixel(40, yz[0], yz[1]), 1u);
+    }
 }
 
 // The painter must match the inside test for any set of half-spaces, not

@@ -292,7 +292,7 @@ void CHullSpans::Visit(const Box& box, std::size_t first, std::size_t facingLeft
     // Every plane dropped here is implied within the narrowed box by the
     // planes kept: it accepts the whole box, or every probe its reference
     // accepts, and a reference that is dropped accepts the whole box. Every
-    // plane is copied, and the top advances past the kept ones only.
+    // plane is copied above the top, which advances past the kept ones only.
     const std::size_t mine = m_top;
     Plane* kept = m_stack.data() + mine;
     std::size_t keptCount = 0;
@@ -307,7 +307,7 @@ void CHullSpans::Visit(const Box& box, std::size_t first, std::size_t facingLeft
             return;
         const Plane* reference = references[c < facingLeft ? 0 : 1];
         const bool implied = value + spread + margin <= m_eps ||
-                             (reference != nullptr && Follows(p, *reference, centre, half));
+                             (reference != nullptr && reference != &p && Follows(p, *reference, centre, half));
         kept[keptCount] = p;
         keptCount += implied ? 0 : 1;
         if (c + 1 == facingLeft)

@@ -18,17 +18,27 @@ namespace Impl
 // row are the interval [max l_k, min u_k], and painting from its first to
 // its last probe paints exactly the accepted probes.
 //
-// The rows (y, z) are split recursively into boxes, each holding the planes
-// still needed for its rows. A plane that rejects every probe of a box leaves
-// its rows empty. A plane is dropped from a box only when the planes kept
-// there imply it: it accepts every probe that a kept plane of the same
-// facing accepts (Follows), or every probe between the bounds that two kept
-// planes put on all rows of the box. Dropping an implied plane changes no
-// row's intersection, so the planes of each small box that is left give its
-// rows exactly the interval that all planes give. There each row's ends are
-// found from bounds on every l_k and u_k (from the real root of the plane,
-// widened by what rounding can amount to) and the exact test wherever the
-// bounds leave a doubt.
+// The rows (y, z) are split recursively into boxes. Each box carries a range
+// of x and a list of planes such that, on every row of the box, the probes
+// that all planes accept are exactly the probes of the range that the
+// box's planes accept; a box starts with its parent's range and list.
+// - Each plane rejects, on all rows of the box at once, the probes beyond
+//   its real root on the row where it accepts most (widened by what rounding
+//   can amount to); the range shrinks to the tightest of these bounds, which
+//   drops only rejected probes.
+// - A plane that rejects every probe of the range leaves the rows empty.
+// - A plane that accepts every probe of the range is dropped, and so is one
+//   that provably accepts every probe of the range that the reference plane
+//   of its facing accepts (Follows). A reference is never dropped by
+//   Follows, and when it is dropped for accepting the whole range, so are
+//   the planes that follow it: the planes kept still reject every probe of
+//   the range that a dropped plane rejects.
+// In boxes of a few rows, each row's interval is found from bounds on every
+// l_k and u_k (the real root of the plane, widened for rounding), with the
+// exact test wherever the bounds leave a doubt. Rows are thus painted
+// exactly where the inside test accepts, for any planes. Non-finite or huge
+// coefficients, for which the bounds do not hold, make every row be
+// searched probe by probe.
 class CHullSpans
 {
 public:
