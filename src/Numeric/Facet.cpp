@@ -68,7 +68,8 @@ CMatrix<double> SpanOf(const CFace* ridge, const CMatrix<double>& p)
 // The SVD worker's 1-based arrays for a (d-1)-by-d edge matrix: a[1..d-1][1..d],
 // w[1..d] and v[1..d][1..d]. Up to kLocalDimension they live on the stack, so
 // that building a facet in the usual dimensions allocates nothing for its
-// decomposition. The worker gets exactly the values CNumeric::Svd would copy
+// decomposition; they are not cleared, since the edges fill a and the worker
+// writes all of w and v. The worker gets exactly the values CNumeric::Svd would copy
 // into its own arrays, so the results are the same bits; U is never read, so
 // it is not formed.
 class CEdgeDecomposition
@@ -87,8 +88,6 @@ public:
             store = m_heapValues.data();
             rowStore = m_heapRows.data();
         }
-        else
-            std::fill(store, store + values, 0.0);
         m_a = rowStore;
         m_v = rowStore + d;
         for (std::size_t i = 0; i < d; ++i)

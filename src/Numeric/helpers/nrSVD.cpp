@@ -384,10 +384,12 @@ bool Decompose(ARows a, Shape shape, double* w, VRows v, double* rv1)
 template <int M, int N>
 bool DecomposeFixedWithoutU(double** a, double* w, double** v)
 {
-    double localA[M + 1][N + 1] = {};
-    double localV[N + 1][N + 1] = {};
-    double localW[N + 1] = {};
-    double rv1[N + 1] = {};
+    // Left uninitialised: row and column 0 are never read, and the worker
+    // writes every other element of localV, localW and rv1 before reading it.
+    double localA[M + 1][N + 1];
+    double localV[N + 1][N + 1];
+    double localW[N + 1];
+    double rv1[N + 1];
     for (int i = 1; i <= M; ++i)
         for (int j = 1; j <= N; ++j)
             localA[i][j] = a[i][j];
