@@ -308,6 +308,31 @@ TEST(Svd, SubnormalPivotsGiveFiniteOrthogonalFactors)
     }
 }
 
+TEST(Svd, HugeElementsGiveFiniteFactors)
+{
+    // Singular values beyond 1e154 once overflowed where the worker squares
+    // them to pick a shift, and finite input came back as NaN. The same
+    // matrix scaled down by 2^500 (exactly) must give the same factors and
+    // singular values scaled by exactly 2^500.
+    const std::vector<std::vector<double>> rows = {
+        {0.98046875, 99.16796875, 9.3e10, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0x1p513, 127.5}};
+    const CMatrix<double> A = FromRows<double>(rows);
+    CMatrix<double> small = A;
+    small *= 0x1p-500;
+    const Decomposition d = Decompose(A, true);
+    const Decomposition reference = Decompose(small, true);
+    for (std::size_t i = 0; i < 4; ++i)
+    {
+        EXPECT_EQ(d.S(i, 0), std::ldexp(reference.S(i, 0), 500));
+        for (std::size_t j = 0; j < 4; ++j)
+        {
+            EXPECT_EQ(d.U(i, j), reference.U(i, j));
+            EXPECT_EQ(d.V(i, j), reference.V(i, j));
+        }
+    }
+    ExpectValidSvd(small, reference, 1e-12);
+}
+
 TEST(Svd, WorkVectorAllocationFailureThrows)
 {
     // Wide enough that the work vector does not fit the stack buffer.

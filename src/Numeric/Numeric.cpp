@@ -3,6 +3,7 @@
 #include "Numeric/Matrix.h"
 #include "Numeric/helpers/nrSVD.h"
 
+#include <cmath>
 #include <utility>
 
 namespace TOLX
@@ -30,6 +31,26 @@ void SortDescending(double** a, int m, int n, double* w, double** v)
         }
     }
 }
+
+// The worker squares singular values when it picks its shifts, which
+// overflows beyond about 1e154 and turned finite input into NaN. A matrix
+// with an element above 2^500 is therefore decomposed scaled down by a power
+// of two, which is exact; its singular values are scaled back, and U and V do
+// not depend on the scale. Returns the exponent, 0 for every other matrix.
+int ScaleDownHuge(double** a, int m, int n)
+{
+    double largest = 0.0;
+    for (int i = 1; i <= m; ++i)
+        for (int j = 1; j <= n; ++j)
+            largest = std::fmax(largest, std::fabs(a[i][j]));
+    if (!(largest > 0x1p500) || !std::isfinite(largest))
+        return 0;
+    const int exponent = std::ilogb(largest);
+    for (int i = 1; i <= m; ++i)
+        for (int j = 1; j <= n; ++j)
+            a[i][j] = std::ldexp(a[i][j], -exponent);
+    return exponent;
+}
 } // namespace
 
 template <class T>
@@ -51,9 +72,12 @@ bool CNumeric::Svd(const IMatrix<T>& A, IMatrix<T>& U, IMatrix<T>& S, IMatrix<T>
         for (int j = 1; j <= n; ++j)
             a[i][j] = static_cast<double>(A(i - 1, j - 1));
 
+    const int exponent = ScaleDownHuge(a, m, n);
     if (!work.Decompose())
         return false;
     double* w = work.W();
+    for (int j = 1; exponent != 0 && j <= n; ++j)
+        w[j] = std::ldexp(w[j], exponent);
     double** v = work.V();
     if (sort)
         SortDescending(a, m, n, w, v);
