@@ -36,17 +36,24 @@ void ExpectThrowAt(Action&& action, const std::string& message, const std::strin
     }
 }
 
-// The standard containers' subscript failure, with the text hosts expect.
-template <class Action>
-void ExpectBadSubscript(Action&& action)
+// Runs action, which must throw the standard exception E with text `what`.
+template <class E, class Action>
+void ExpectStdThrow(Action&& action, const std::string& what)
 {
     try
     {
         action();
-        ADD_FAILURE() << "no std::out_of_range";
+        ADD_FAILURE() << "no exception, expected: " << what;
     }
-    catch (const std::out_of_range& e)
+    catch (const E& e)
     {
-        EXPECT_STREQ(e.what(), "invalid vector<T> subscript");
+        EXPECT_EQ(std::string(e.what()), what);
     }
+}
+
+// The standard containers' subscript failure, with the text hosts expect.
+template <class Action>
+void ExpectBadSubscript(Action&& action)
+{
+    ExpectStdThrow<std::out_of_range>(action, "invalid vector<T> subscript");
 }
