@@ -31,8 +31,7 @@ namespace
 struct ToolRun
 {
     int code = -1;
-    std::string out;
-    std::string err;
+    std::string out, err;
 };
 
 // A failing run: its arguments and standard input, the message expected after
@@ -45,9 +44,8 @@ struct ErrorCase
 
 std::string Slurp(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
-    text << in.rdbuf();
+    text << std::ifstream(path, std::ios::binary).rdbuf();
     return text.str();
 }
 
@@ -72,11 +70,7 @@ protected:
         const std::string command = std::string("'") + VORN_TOOL_PATH + "' " + arguments + " <'" + Path("stdin") +
                                     "' >'" + Path("stdout") + "' 2>'" + Path("stderr") + "'";
         const int status = std::system(command.c_str());
-        ToolRun run;
-        run.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        run.out = Slurp(Path("stdout"));
-        run.err = Slurp(Path("stderr"));
-        return run;
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(Path("stdout")), Slurp(Path("stderr"))};
     }
 
     void ExpectOneLineErrors(const std::vector<ErrorCase>& cases)
@@ -102,11 +96,16 @@ struct Labels
 
 Labels LabelsFor(int bits)
 {
-    if (bits == 8)
-        return {1, 2, 200, 255};
-    if (bits == 16)
-        return {1, 300, 4000, 65535};
-    return {1, 5, 65536, 70000};
+    return bits == 8 ? Labels{1, 2, 200, 255} : bits == 16 ? Labels{1, 300, 4000, 65535} : Labels{1, 5, 65536, 70000};
+}
+
+template <class Visit>
+void ForEachPixel(const TOLX::CImage& image, Visit&& visit)
+{
+    for (int z = 0; z < image.Depth(); ++z)
+        for (int y = 0; y < image.Height(); ++y)
+            for (int x = 0; x < image.Width(); ++x)
+                visit(x, y, z, image.GetPixel(x, y, z));
 }
 
 // A 2-D (depth 1) or 3-D label image: a box, a disc or ball, a flat object
@@ -114,29 +113,20 @@ Labels LabelsFor(int bits)
 // two-pixel object.
 TOLX::CImage LabelImage(int bits, int depth)
 {
-    const TOLX::IImage::CType& type = bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32;
     const Labels labels = LabelsFor(bits);
-    const int width = 30, height = 24;
-    TOLX::CImage image(type, TOLX::CSize(width, height, depth));
+    TOLX::CImage image(bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32,
+                       TOLX::CSize(30, 24, depth));
     const int zc = depth / 2;
-    for (int z = 0; z < depth; ++z)
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x)
-            {
-                const double dx = x - 20.3, dy = y - 8.6, dz = depth > 1 ? z - zc : 0;
-                if (x >= 2 && x <= 9 && y >= 2 && y <= 6 && z <= 3)
-                    image.SetPixel(x, y, z, labels.box);
-                else if (dx * dx + dy * dy + dz * dz <= 16.5)
-                    image.SetPixel(x, y, z, labels.round);
-            }
+    ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
+        const double dx = x - 20.3, dy = y - 8.6, dz = depth > 1 ? z - zc : 0;
+        if (x >= 2 && x <= 9 && y >= 2 && y <= 6 && z <= 3)
+            image.SetPixel(x, y, z, labels.box);
+        else if (dx * dx + dy * dy + dz * dz <= 16.5)
+            image.SetPixel(x, y, z, labels.round);
+    });
     for (int i = 0; i < 5; ++i)
-    {
-        if (depth > 1)
-            for (int x = 3; x < 8; ++x)
-                image.SetPixel(x, 14 + i, zc, labels.flat);
-        else
-            image.SetPixel(3 + i, 14 + i, 0, labels.flat);
-    }
+        for (int x = 3; x < (depth > 1 ? 8 : 4); ++x)
+            image.SetPixel(depth > 1 ? x : x + i, 14 + i, zc, labels.flat);
     image.SetPixel(25, 20, 0, labels.pair);
     image.SetPixel(26, 21, depth - 1, labels.pair);
     return image;
@@ -160,13 +150,11 @@ void WriteImage(const TOLX::CImage& image, const std::string& path)
 struct Direct
 {
     std::int64_t label = 0;
-    double pixels = 0;
+    double pixels = 0, excentricity = 0;
     std::vector<double> centre, principal, axis;
-    double excentricity = 0;
     TOLX::CValueMap map;
     bool hull = false;
     std::size_t facets = 0, vertices = 0;
-    std::int64_t painted = 0;
     std::vector<std::array<int, 3>> hullPixels;
 };
 
@@ -176,69 +164,54 @@ std::vector<Direct> DirectResults(const TOLX::CImage& image)
 {
     std::vector<Direct> results;
     std::thread worker([&] {
-        const int d = image.Depth() > 1 ? 3 : 2;
+        const std::size_t d = image.Depth() > 1 ? 3 : 2;
         std::uint64_t largest = 0;
-        for (int z = 0; z < image.Depth(); ++z)
-            for (int y = 0; y < image.Height(); ++y)
-                for (int x = 0; x < image.Width(); ++x)
-                    largest = std::max(largest, image.GetPixel(x, y, z));
-        TOLX::CObjectMoment moments(TOLX::int64(largest + 1), d);
-        for (int z = 0; z < image.Depth(); ++z)
-            for (int y = 0; y < image.Height(); ++y)
-                for (int x = 0; x < image.Width(); ++x)
-                    if (const std::uint64_t label = image.GetPixel(x, y, z))
-                        moments(TOLX::int64(label), x, y, z);
+        ForEachPixel(image, [&](int, int, int, std::uint64_t label) { largest = std::max(largest, label); });
+        TOLX::CObjectMoment moments(TOLX::int64(largest + 1), TOLX::int64(d));
+        ForEachPixel(image, [&](int x, int y, int z, std::uint64_t label) {
+            if (label)
+                moments(TOLX::int64(label), x, y, z);
+        });
         vorntest::CaptureStandardError([&] { moments.Compute(); }); // its deprecation warnings
         const TOLX::CValueMap all = moments;
         auto entry = all.begin() + 3; // after "dim", "status", "no. of objects"
-        for (std::uint64_t label = 1; label <= largest; ++label)
+        for (TOLX::int64 label = 1; label <= TOLX::int64(largest); ++label)
         {
-            if (moments.Mass(TOLX::int64(label)) == 0)
+            if (moments.Mass(label) == 0)
                 continue;
             Direct r;
-            r.label = TOLX::int64(label);
-            r.pixels = moments.Mass(r.label);
-            r.centre = {moments.CenterOfMassX(r.label), moments.CenterOfMassY(r.label), moments.CenterOfMassZ(r.label)};
-            r.centre.resize(std::size_t(d));
-            r.principal = moments.getInertiaMoments(r.label);
-            r.principal.resize(std::size_t(d));
-            const auto axes = moments.getInertiaAxes(r.label);
-            const std::size_t column = d == 3 ? 2 : 0;
-            for (int i = 0; i < d; ++i)
-                r.axis.push_back(axes(std::size_t(i), column));
-            r.excentricity = moments.getExcentricity(r.label);
+            r.label = label;
+            r.pixels = moments.Mass(label);
+            r.centre = {moments.CenterOfMassX(label), moments.CenterOfMassY(label), moments.CenterOfMassZ(label)};
+            r.centre.resize(d);
+            r.principal = moments.getInertiaMoments(label);
+            r.principal.resize(d);
+            for (std::size_t i = 0; i < d; ++i)
+                r.axis.push_back(moments.getInertiaAxes(label)(i, d == 3 ? 2 : 0));
+            r.excentricity = moments.getExcentricity(label);
             r.map = (entry++)->second->Map();
 
-            TOLX::CConvexHullComputer hull(std::size_t(d), "direct", nullptr);
+            TOLX::CConvexHullComputer hull(d, "direct", nullptr);
             hull.loadPointsFromImage(image, std::size_t(label));
-            if (hull.getPoints().size() > std::size_t(d))
+            try
             {
-                try
-                {
-                    hull.compute();
-                    r.hull = true;
-                }
-                catch (const TOLX::CException&)
-                {
-                }
+                r.hull = hull.getPoints().size() > d && (hull.compute(), true);
+            }
+            catch (const TOLX::CException&)
+            {
             }
             if (r.hull)
             {
                 r.facets = hull.getA().size();
                 r.vertices = hull.getVertices().size();
-                TOLX::CMatrix<double> p(std::size_t(d), 1);
-                for (int z = 0; z < image.Depth(); ++z)
-                    for (int y = 0; y < image.Height(); ++y)
-                        for (int x = 0; x < image.Width(); ++x)
-                        {
-                            p(0, 0) = x;
-                            p(1, 0) = y;
-                            if (d == 3)
-                                p(2, 0) = z;
-                            if (hull.isInside(p))
-                                r.hullPixels.push_back({x, y, z});
-                        }
-                r.painted = std::int64_t(r.hullPixels.size());
+                TOLX::CMatrix<double> p(d, 1);
+                ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
+                    p(0, 0) = x;
+                    p(1, 0) = y;
+                    p(d - 1, 0) = d == 3 ? z : y;
+                    if (hull.isInside(p))
+                        r.hullPixels.push_back({x, y, z});
+                });
             }
             results.push_back(std::move(r));
         }
@@ -270,6 +243,46 @@ void ExpectSameValue(const JsonValue& json, const TOLX::CValue& value, const std
     case TOLX::VALUE_MAP: ADD_FAILURE() << "unexpected nested map " << key; break;
     }
 }
+
+// The object's entry in the tool's report against the direct calls.
+void ExpectSameObject(const JsonValue& got, const Direct& want, std::size_t d)
+{
+    SCOPED_TRACE("label " + std::to_string(want.label));
+    EXPECT_EQ(got["label"].number, double(want.label));
+    EXPECT_EQ(got["pixels"].number, want.pixels);
+    EXPECT_EQ(got["centre_of_mass"].Numbers(), want.centre);
+    EXPECT_EQ(got["principal_moments"].Numbers(), want.principal);
+    EXPECT_EQ(got["main_axis"].Numbers(), want.axis);
+    if (d == 2)
+        EXPECT_EQ(got["excentricity"].number, want.excentricity);
+    else
+        EXPECT_EQ(got["excentricity"].kind, JsonValue::NUL);
+    ASSERT_EQ(got["hull"].kind == JsonValue::OBJECT, want.hull);
+    EXPECT_EQ(got["hull_problem"].kind, want.hull ? JsonValue::NUL : JsonValue::STRING);
+    if (want.hull)
+    {
+        EXPECT_EQ(got["hull"]["facets"].number, double(want.facets));
+        EXPECT_EQ(got["hull"]["vertices"].number, double(want.vertices));
+        EXPECT_EQ(got["hull"]["painted_pixels"].number, double(want.hullPixels.size()));
+        EXPECT_DOUBLE_EQ(got["solidity"].number, want.pixels / double(want.hullPixels.size()));
+    }
+    else
+        EXPECT_EQ(got["solidity"].kind, JsonValue::NUL);
+    // The object's own moment map, key by key in the same order.
+    const JsonValue& map = got["moments"];
+    std::size_t k = 0;
+    for (const auto& entry : want.map)
+    {
+        const std::string key = entry.first.ToString();
+        if (key == "status" || key == "pixel")
+            continue;
+        ASSERT_LT(k, map.members.size());
+        EXPECT_EQ(map.members[k].first, key);
+        ExpectSameValue(map.members[k++].second, *entry.second, key);
+    }
+    EXPECT_EQ(k, map.members.size());
+    EXPECT_EQ(map.members.size(), d == 3 ? 34u : 21u);
+}
 #endif
 } // namespace
 
@@ -279,7 +292,7 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
     for (const int bits : {8, 16, 32})
         for (const int depth : {1, 5})
         {
-            const int d = depth > 1 ? 3 : 2;
+            const std::size_t d = depth > 1 ? 3 : 2;
             SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(d) + "-D");
             const TOLX::CImage image = LabelImage(bits, depth);
             const std::string input = Path("labels.tif"), painted = Path("hulls.tif");
@@ -289,59 +302,16 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
             EXPECT_EQ(run.err, ""); // no progress bar when standard error is a file
             const JsonValue report = JsonReader::Parse(run.out);
             const std::vector<Direct> direct = DirectResults(image);
-            const Labels labels = LabelsFor(bits);
 
             EXPECT_EQ(report["source"].text, input);
             EXPECT_EQ(report["dimension"].number, d);
             EXPECT_EQ(report["bits_per_pixel"].number, bits);
-            EXPECT_EQ(report["labels"].number, labels.pair + 1.0);
+            EXPECT_EQ(report["labels"].number, LabelsFor(bits).pair + 1.0);
             const JsonValue& objects = report["objects"];
-            ASSERT_EQ(objects.items.size(), direct.size());
             ASSERT_EQ(direct.size(), 4u);
+            ASSERT_EQ(objects.items.size(), 4u);
             for (std::size_t i = 0; i < direct.size(); ++i)
-            {
-                const Direct& want = direct[i];
-                const JsonValue& got = objects[i];
-                SCOPED_TRACE("label " + std::to_string(want.label));
-                EXPECT_EQ(got["label"].number, double(want.label));
-                EXPECT_EQ(got["pixels"].number, want.pixels);
-                EXPECT_EQ(got["centre_of_mass"].Numbers(), want.centre);
-                EXPECT_EQ(got["principal_moments"].Numbers(), want.principal);
-                EXPECT_EQ(got["main_axis"].Numbers(), want.axis);
-                if (d == 2)
-                    EXPECT_EQ(got["excentricity"].number, want.excentricity);
-                else
-                    EXPECT_EQ(got["excentricity"].kind, JsonValue::NUL);
-                ASSERT_EQ(got["hull"].kind == JsonValue::OBJECT, want.hull);
-                if (want.hull)
-                {
-                    EXPECT_EQ(got["hull"]["facets"].number, double(want.facets));
-                    EXPECT_EQ(got["hull"]["vertices"].number, double(want.vertices));
-                    EXPECT_EQ(got["hull"]["painted_pixels"].number, double(want.painted));
-                    EXPECT_DOUBLE_EQ(got["solidity"].number, want.pixels / double(want.painted));
-                    EXPECT_EQ(got["hull_problem"].kind, JsonValue::NUL);
-                }
-                else
-                {
-                    EXPECT_EQ(got["solidity"].kind, JsonValue::NUL);
-                    EXPECT_EQ(got["hull_problem"].kind, JsonValue::STRING);
-                }
-                // The object's own moment map, key by key in the same order.
-                const JsonValue& map = got["moments"];
-                std::size_t k = 0;
-                for (const auto& entry : want.map)
-                {
-                    const std::string key = entry.first.ToString();
-                    if (key == "status" || key == "pixel")
-                        continue;
-                    ASSERT_LT(k, map.members.size());
-                    EXPECT_EQ(map.members[k].first, key);
-                    ExpectSameValue(map.members[k].second, *entry.second, key);
-                    ++k;
-                }
-                EXPECT_EQ(k, map.members.size());
-                EXPECT_EQ(map.members.size(), d == 3 ? 34u : 21u);
-            }
+                ExpectSameObject(objects[i], direct[i], d);
             EXPECT_EQ(objects[2]["hull_problem"].text,
                       "Could not find any affinely independent points. Maybe your data form an affine subspace.");
             EXPECT_EQ(objects[3]["hull_problem"].text,
@@ -356,10 +326,9 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
                     expected.SetPixel(p[0], p[1], p[2], std::uint64_t(object.label));
             for (int z = 0; z < depth; ++z)
             {
-                EXPECT_EQ(pages[std::size_t(z)].bits, bits);
-                EXPECT_EQ(std::memcmp(pages[std::size_t(z)].bytes.data(), expected.Data() + z * expected.Step().Z(),
-                                      pages[std::size_t(z)].bytes.size()),
-                          0)
+                const vorntest::RawPage& page = pages[std::size_t(z)];
+                EXPECT_EQ(page.bits, bits);
+                EXPECT_EQ(std::memcmp(page.bytes.data(), expected.Data() + z * expected.Step().Z(), page.bytes.size()), 0)
                     << "page " << z;
             }
         }
@@ -367,9 +336,8 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
 
 TEST_F(VornCli, AnalyzeTextReport)
 {
-    const TOLX::CImage image = LabelImage(16, 5);
     const std::string input = Path("labels.tif");
-    WriteImage(image, input);
+    WriteImage(LabelImage(16, 5), input);
     const ToolRun run = Vorn("analyze '" + input + "'");
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(run.err, "");
@@ -389,7 +357,6 @@ TEST_F(VornCli, AnalyzeTextReport)
                        "affine subspace.");
     EXPECT_EQ(rows[7], "label 65535: no hull: 2 points; a 3-D hull needs at least 4");
 }
-
 #endif
 
 TEST_F(VornCli, AnalyzeBuiltInSample)
@@ -411,25 +378,21 @@ TEST_F(VornCli, HullOfPoints)
     const JsonValue hull = JsonReader::Parse(json.out);
     EXPECT_EQ(hull["dimension"].number, 3);
     EXPECT_EQ(hull["points"].number, 10);
-    // Six faces x_i <= 1 and -x_i <= 0, in any order.
-    std::vector<std::vector<double>> faces;
+    // Six faces x_i <= 1 and -x_i <= 0, and the eight corners, in any order.
+    std::vector<std::vector<double>> faces, vertices, corners;
     for (const JsonValue& facet : hull["facets"].items)
     {
-        std::vector<double> face = facet["normal"].Numbers();
-        face.push_back(facet["offset"].number);
-        faces.push_back(face);
+        faces.push_back(facet["normal"].Numbers());
+        faces.back().push_back(facet["offset"].number);
     }
-    std::sort(faces.begin(), faces.end());
-    const std::vector<std::vector<double>> expectedFaces{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0},
-                                                         {0, 0, 1, 1},  {0, 1, 0, 1},  {1, 0, 0, 1}};
-    EXPECT_EQ(faces, expectedFaces);
-    std::vector<std::vector<double>> vertices;
     for (const JsonValue& vertex : hull["vertices"].items)
         vertices.push_back(vertex.Numbers());
-    std::sort(vertices.begin(), vertices.end());
-    std::vector<std::vector<double>> corners;
     for (int i = 0; i < 8; ++i)
         corners.push_back({double(i >> 2 & 1), double(i >> 1 & 1), double(i & 1)});
+    std::sort(faces.begin(), faces.end());
+    std::sort(vertices.begin(), vertices.end());
+    EXPECT_EQ(faces, (std::vector<std::vector<double>>{
+                         {-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {0, 0, 1, 1}, {0, 1, 0, 1}, {1, 0, 0, 1}}));
     EXPECT_EQ(vertices, corners);
     ASSERT_EQ(hull["inside"].items.size(), 2u);
     EXPECT_TRUE(hull["inside"][0]["inside"].boolean);
@@ -451,18 +414,20 @@ TEST_F(VornCli, HullOfPoints)
 
 TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 {
-    std::ofstream(Path("text.txt")) << "0 0\n1 0\n";
-    std::ofstream(Path("ragged.txt")) << "0 0 0\n1 0 0\n\n0 1\n";
-    std::ofstream(Path("word.txt")) << "# points\n0 0\n1 zero\n";
-    std::ofstream(Path("line.txt")) << "0 0\n1 1\n2 2\n3 3\n";
+    const std::string text = Path("text.txt"), ragged = Path("ragged.txt"), word = Path("word.txt"),
+                      line = Path("line.txt"), none = Path("none.txt");
+    std::ofstream(text) << "0 0\n1 0\n";
+    std::ofstream(ragged) << "0 0 0\n1 0 0\n\n0 1\n";
+    std::ofstream(word) << "# points\n0 0\n1 zero\n";
+    std::ofstream(line) << "0 0\n1 1\n2 2\n3 3\n";
     ExpectOneLineErrors({
-        {"hull '" + Path("ragged.txt") + "'", "", Path("ragged.txt") + ":4: expected 3 numbers like the first point, found 2", 1},
-        {"hull '" + Path("word.txt") + "'", "", Path("word.txt") + ":3: 'zero' is not a number", 1},
-        {"hull '" + Path("text.txt") + "'", "", Path("text.txt") + ": 2 points in 2-D; a hull needs at least 3", 1},
-        {"hull '" + Path("line.txt") + "'", "",
-         Path("line.txt") + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
+        {"hull '" + ragged + "'", "", ragged + ":4: expected 3 numbers like the first point, found 2", 1},
+        {"hull '" + word + "'", "", word + ":3: 'zero' is not a number", 1},
+        {"hull '" + text + "'", "", text + ": 2 points in 2-D; a hull needs at least 3", 1},
+        {"hull '" + line + "'", "",
+         line + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
         {"hull", "", "<stdin>: no points", 1},
-        {"hull '" + Path("none.txt") + "'", "", Path("none.txt") + ": cannot open: No such file or directory", 1},
+        {"hull '" + none + "'", "", none + ": cannot open: No such file or directory", 1},
         {"hull --inside 1,2 -", "0 0 0\n1 0 0\n0 1 0\n0 0 1\n",
          "hull: --inside '1,2' has 2 coordinates, the points of <stdin> have 3", 2},
         {"hull --inside 1,,2", "", "hull: --inside '1,,2': empty field between commas", 2},
@@ -483,8 +448,7 @@ TEST_F(VornCli, ImageErrorsAreOneLineWithExitCodes)
     colour.bytes.resize(colour.bytes.size() * 3);
     ASSERT_TRUE(vorntest::WriteRawTiff(rgb, {colour}));
     const auto small = vorntest::MakePage<std::uint8_t>(8, 8, [](int, int) { return 1; });
-    const auto large = vorntest::MakePage<std::uint8_t>(9, 8, [](int, int) { return 1; });
-    ASSERT_TRUE(vorntest::WriteRawTiff(mixed, {small, large}));
+    ASSERT_TRUE(vorntest::WriteRawTiff(mixed, {small, vorntest::MakePage<std::uint8_t>(9, 8, [](int, int) { return 1; })}));
     ASSERT_TRUE(vorntest::WriteRawTiff(cut, {small, small, small}));
     std::filesystem::resize_file(cut, std::filesystem::file_size(cut) - 50);
     std::ofstream(Path("text.txt")) << "0 0\n1 0\n";
