@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <iostream>
 #include <iterator>
+#include <unordered_set>
 #include <utility>
 
 namespace TOLX
@@ -245,6 +246,15 @@ void CConvexHullComputer::compute(const CMatrix<double>& S)
         deleteVisibleFacets();
     }
     collectEquations();
+    // Degenerate input can break a step's horizon into pieces; a facet whose
+    // ridge then got no new facet still names the deleted visible facet as
+    // its neighbour. Such a slot is emptied, so that every neighbour a caller
+    // is shown is a facet of the hull.
+    const std::unordered_set<const CFacet*> current(facets.begin(), facets.end());
+    for (CFacet* f : facets)
+        for (CFacet*& g : f->neighbours)
+            if (g != nullptr && current.count(g) == 0)
+                g = nullptr;
     // Released last, so that the allocations above need not wait for the
     // allocator to absorb them.
     shared->releaseDropped();
