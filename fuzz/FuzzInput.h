@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <ostream>
+#include <streambuf>
 #include <string>
 
 // Reads typed values from a fuzzer's byte string; past the end it yields zeros,
@@ -72,3 +74,16 @@ private:
             std::abort();                                                                                  \
         }                                                                                                  \
     } while (false)
+
+// Discards what the library writes to a standard stream (diagnostic dumps
+// and warnings), so that the fuzzer's own output stays readable and memory
+// does not grow with it.
+inline void Silence(std::ostream& stream)
+{
+    struct NullBuffer : std::streambuf
+    {
+        int overflow(int c) override { return traits_type::not_eof(c); }
+    };
+    static NullBuffer buffer;
+    stream.rdbuf(&buffer);
+}
