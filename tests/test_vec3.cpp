@@ -1,11 +1,12 @@
-#include "VornNumeric.h"
+// The fixed 3-vector and 3x3 matrix.
 
-#include <gtest/gtest.h>
+#include "ExpectThrow.h"
 
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <stdexcept>
+#include <tuple>
 
 using TOLX::CMatrix3;
 using TOLX::CVec3;
@@ -21,23 +22,6 @@ struct ShapedMatrix3 : CMatrix3
     using CMatrix3::Reshape;
 };
 
-void ExpectFailure(const std::function<void()>& call, const char* message, const char* function, int line,
-                   const char* file)
-{
-    try
-    {
-        call();
-        ADD_FAILURE() << "expected CException: " << message;
-    }
-    catch (const TOLX::CException& e)
-    {
-        EXPECT_STREQ(e.what(), message);
-        EXPECT_EQ(e.Location().function, function);
-        EXPECT_EQ(e.Location().line, line);
-        EXPECT_EQ(e.Location().file, file);
-    }
-}
-
 void ExpectVec(const CVec3& v, double x, double y, double z)
 {
     EXPECT_EQ(v[0], x);
@@ -49,51 +33,42 @@ const double smallestNormal = std::numeric_limits<double>::min();
 const CMatrix3 oneToNine(1, 2, 3, 4, 5, 6, 7, 8, 9);
 } // namespace
 
-TEST(Vec3, BoundsMessagesCarryFilledTextAndLocation)
+TEST(Vec3, BoundsAndShapeMessagesCarryFilledTextAndLocation)
 {
     CVec3 v;
-    const CVec3& c = v;
-    const char* vec = "src/Numeric/Vec3.cpp";
-    ExpectFailure([&] { v(0, 1); }, "Index exceeds matrix bounds. Tried to access index (0,1) but Matrix size is 3-by-1",
-                  "TOLX::CVec3::operator ()", 96, vec);
-    ExpectFailure([&] { c(2, 1); }, "Index exceeds matrix bounds. Tried to access index (2,1) but Matrix size is 3-by-1",
-                  "TOLX::CVec3::operator ()", 106, vec);
-    ExpectFailure([&] { c[3]; }, "Index exceeds matrix bounds. Tried to access index (3) but Matrix size is 3-by-1",
-                  "TOLX::CVec3::operator []", 116, vec);
-    ExpectFailure([&] { v[-1]; }, "Index exceeds matrix bounds. Tried to access index (-1) but Matrix size is 3-by-1",
-                  "TOLX::CVec3::operator []", 126, vec);
-    ExpectFailure([&] { c.Row(3); }, "Index exceeds matrix bounds. Tried to access index (3) but Matrix size is 3-by-1",
-                  "TOLX::CVec3::Row", 211, vec);
-    ShapedVec3 shaped;
-    EXPECT_NO_THROW(shaped.Reshape(3, 1));
-    ExpectFailure([&] { shaped.Reshape(1, 3); },
-                  "Reshape into other dimensions than (3,1) is not possible for an instance of CVec3.",
-                  "TOLX::CVec3::Reshape", 308, vec);
-    // The row index has no room to go past the storage either.
-    ExpectFailure([&] { v(3, 0); }, "Index exceeds matrix bounds. Tried to access index (3,0) but Matrix size is 3-by-1",
-                  "TOLX::CVec3::operator ()", 96, vec);
-}
-
-TEST(Matrix3, BoundsMessagesCarryFilledTextAndLocation)
-{
     CMatrix3 m;
-    const CMatrix3& c = m;
-    const char* mat = "src/Numeric/Matrix3.cpp";
-    ExpectFailure([&] { m(3, 0); }, "Index exceeds matrix bounds. Tried to access index (3,0) but Matrix size is 3-by-3",
-                  "TOLX::CMatrix3::operator ()", 114, mat);
-    ExpectFailure([&] { c(0, 3); }, "Index exceeds matrix bounds. Tried to access index (0,3) but Matrix size is 3-by-3",
-                  "TOLX::CMatrix3::operator ()", 124, mat);
-    ExpectFailure([&] { c.Row(3); }, "Index exceeds matrix bounds. Tried to access index (3,*) but Matrix size is 3-by-3",
-                  "TOLX::CMatrix3::Row", 151, mat);
-    ExpectFailure([&] { c.Col(4); }, "Index exceeds matrix bounds. Tried to access index (1,4) but Matrix size is 3-by-3",
-                  "TOLX::CMatrix3::Col", 165, mat);
-    ExpectFailure([&] { m.Col(3); }, "Index exceeds matrix bounds. Tried to access index (1,3) but Matrix size is 3-by-3",
-                  "TOLX::CMatrix3::Col", 175, mat);
-    ShapedMatrix3 shaped;
-    EXPECT_NO_THROW(shaped.Reshape(3, 3));
-    ExpectFailure([&] { shaped.Reshape(3, 1); },
-                  "Reshape into other dimensions than (3,3) is not possible for an instance of CMatrix3.",
-                  "TOLX::CMatrix3::Reshape", 245, mat);
+    const CVec3& cv = v;
+    const CMatrix3& cm = m;
+    ShapedVec3 shapedVec;
+    ShapedMatrix3 shapedMatrix;
+    EXPECT_NO_THROW(shapedVec.Reshape(3, 1));
+    EXPECT_NO_THROW(shapedMatrix.Reshape(3, 3));
+    const std::string vec = "src/Numeric/Vec3.cpp", mat = "src/Numeric/Matrix3.cpp";
+    const std::string bounds = "Index exceeds matrix bounds. Tried to access index ";
+    const std::string ofVec = " but Matrix size is 3-by-1", ofMatrix = " but Matrix size is 3-by-3";
+    // Action, message, function, file, line.
+    const std::tuple<std::function<void()>, std::string, std::string, std::string, int> cases[] = {
+        {[&] { v(0, 1); }, bounds + "(0,1)" + ofVec, "TOLX::CVec3::operator ()", vec, 96},
+        // The row index has no room to go past the storage either.
+        {[&] { v(3, 0); }, bounds + "(3,0)" + ofVec, "TOLX::CVec3::operator ()", vec, 96},
+        {[&] { cv(2, 1); }, bounds + "(2,1)" + ofVec, "TOLX::CVec3::operator ()", vec, 106},
+        {[&] { cv[3]; }, bounds + "(3)" + ofVec, "TOLX::CVec3::operator []", vec, 116},
+        {[&] { v[-1]; }, bounds + "(-1)" + ofVec, "TOLX::CVec3::operator []", vec, 126},
+        {[&] { cv.Row(3); }, bounds + "(3)" + ofVec, "TOLX::CVec3::Row", vec, 211},
+        {[&] { shapedVec.Reshape(1, 3); },
+         "Reshape into other dimensions than (3,1) is not possible for an instance of CVec3.", "TOLX::CVec3::Reshape",
+         vec, 308},
+        {[&] { m(3, 0); }, bounds + "(3,0)" + ofMatrix, "TOLX::CMatrix3::operator ()", mat, 114},
+        {[&] { cm(0, 3); }, bounds + "(0,3)" + ofMatrix, "TOLX::CMatrix3::operator ()", mat, 124},
+        {[&] { cm.Row(3); }, bounds + "(3,*)" + ofMatrix, "TOLX::CMatrix3::Row", mat, 151},
+        {[&] { cm.Col(4); }, bounds + "(1,4)" + ofMatrix, "TOLX::CMatrix3::Col", mat, 165},
+        {[&] { m.Col(3); }, bounds + "(1,3)" + ofMatrix, "TOLX::CMatrix3::Col", mat, 175},
+        {[&] { shapedMatrix.Reshape(3, 1); },
+         "Reshape into other dimensions than (3,3) is not possible for an instance of CMatrix3.",
+         "TOLX::CMatrix3::Reshape", mat, 245},
+    };
+    for (const auto& [action, message, function, file, line] : cases)
+        ExpectThrowAt(action, message, function, file, line);
 }
 
 TEST(Vec3, OrderingIsExactAndDecidedByZThenYThenX)
@@ -232,15 +207,7 @@ TEST(Matrix3, DeterminantAdjointAndInverse)
 TEST(Matrix3, SingularBoundaryIsAsymmetric)
 {
     auto expectSingular = [](const CMatrix3& m) {
-        try
-        {
-            m.InverseMatrix();
-            ADD_FAILURE() << "expected std::runtime_error";
-        }
-        catch (const std::runtime_error& e)
-        {
-            EXPECT_STREQ(e.what(), " EE Call of InverseMatrix() on singular matrix!");
-        }
+        ExpectStdThrow<std::runtime_error>([&] { m.InverseMatrix(); }, " EE Call of InverseMatrix() on singular matrix!");
     };
     EXPECT_FALSE(CMatrix3().IsInvertible());
     expectSingular(CMatrix3());
