@@ -1,13 +1,14 @@
-#include "VornNumeric.h"
-#include <gtest/gtest.h>
+// Geometric primitives, distances, intersections and projection in 3-space.
+
+#include "ExpectThrow.h"
 
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <random>
 #include <string>
+#include <tuple>
 
-using TOLX::CException;
 using TOLX::CTriple;
 using namespace TOLX::Geometry;
 
@@ -22,22 +23,9 @@ const char* const kNotNormalPlane = "Plane normal vector needs to be normalized!
 const char* const kNotNormalLine = "Line direction needs to be normalized!";
 const char* const kParallel = "Plane and Line are parallel -> no intersection";
 
-void ExpectThrowAt(const std::function<void()>& action, const std::string& message, const std::string& function,
-                   int line, const std::string& file)
-{
-    try
-    {
-        action();
-        ADD_FAILURE() << "no exception, expected: " << message;
-    }
-    catch (const CException& e)
-    {
-        EXPECT_EQ(e.what(), message);
-        EXPECT_EQ(e.Location().function, function);
-        EXPECT_EQ(e.Location().line, line);
-        EXPECT_EQ(e.Location().file, file);
-    }
-}
+const char* const kPlaneCtor = "TOLX::Geometry::CPlane::CPlane";
+const char* const kLineCtor = "TOLX::Geometry::CLine::CLine";
+const char* const kLambda = "TOLX::Geometry::CLine::LambdaOfIntersectionWithPlane";
 
 void ExpectTriple(const T3& actual, const T3& expected, double tolerance = 1e-12)
 {
@@ -83,14 +71,15 @@ TEST(Primitives, UnitLengthIsCheckedOnTheLengthWithOneEpsilon)
     // Length exactly 1 + eps passes, 1 + 2 eps does not.
     EXPECT_NO_THROW(CPlane(kOrigin, T3(1 + kEps, 0, 0)));
     EXPECT_NO_THROW(CLine(T3(0.6, 0.8, 0), kOrigin));
-    ExpectThrowAt([] { CPlane(kOrigin, T3(1 + 2 * kEps, 0, 0)); }, kNotNormalPlane, "TOLX::Geometry::CPlane::CPlane",
-                  39, kHeader);
-    ExpectThrowAt([] { CCircle(kZ * (1 + 1e-15), 1.0, 1.0); }, kNotNormalPlane, "TOLX::Geometry::CPlane::CPlane", 45,
-                  kHeader);
-    ExpectThrowAt([] { CDisk(kOrigin, kZ * 2.0, 1.0); }, kNotNormalPlane, "TOLX::Geometry::CPlane::CPlane", 39,
-                  kHeader);
-    ExpectThrowAt([] { CLine(kOrigin, kX); }, kNotNormalLine, "TOLX::Geometry::CLine::CLine", 96, kHeader);
-    ExpectThrowAt([] { CSegment(kX * 0.5, kX, 1.0); }, kNotNormalLine, "TOLX::Geometry::CLine::CLine", 96, kHeader);
+    const std::tuple<std::function<void()>, const char*, const char*, int> cases[] = {
+        {[] { CPlane(kOrigin, T3(1 + 2 * kEps, 0, 0)); }, kNotNormalPlane, kPlaneCtor, 39},
+        {[] { CCircle(kZ * (1 + 1e-15), 1.0, 1.0); }, kNotNormalPlane, kPlaneCtor, 45},
+        {[] { CDisk(kOrigin, kZ * 2.0, 1.0); }, kNotNormalPlane, kPlaneCtor, 39},
+        {[] { CLine(kOrigin, kX); }, kNotNormalLine, kLineCtor, 96},
+        {[] { CSegment(kX * 0.5, kX, 1.0); }, kNotNormalLine, kLineCtor, 96},
+    };
+    for (const auto& [action, message, function, line] : cases)
+        ExpectThrowAt(action, message, function, kHeader, line);
     // A NaN length is not larger than eps: accepted, and it propagates.
     EXPECT_TRUE(std::isnan(Distance(CLine(T3(kNaN, 0, 0), kOrigin), kY)));
 }
@@ -103,10 +92,9 @@ TEST(Primitives, IntersectionTestIsSigned)
     ExpectTriple(Intersection(atFive, up), T3(1, 1, 5));
     ExpectTriple(Intersection(up, atFive), T3(1, 1, 5));
     const CPlane reversed(T3(0, 0, 5), kZ * -1.0);
-    const char* function = "TOLX::Geometry::CLine::LambdaOfIntersectionWithPlane";
-    ExpectThrowAt([&] { up.LambdaOfIntersectionWithPlane(reversed); }, kParallel, function, 22, kSource);
-    ExpectThrowAt([&] { Intersection(reversed, up); }, kParallel, function, 22, kSource);
-    ExpectThrowAt([&] { Intersection(CLine(kX, kOrigin), atFive); }, kParallel, function, 22, kSource);
+    ExpectThrowAt([&] { up.LambdaOfIntersectionWithPlane(reversed); }, kParallel, kLambda, kSource, 22);
+    ExpectThrowAt([&] { Intersection(reversed, up); }, kParallel, kLambda, kSource, 22);
+    ExpectThrowAt([&] { Intersection(CLine(kX, kOrigin), atFive); }, kParallel, kLambda, kSource, 22);
 }
 
 TEST(Projection, CastsTheRayFromTheNormalTipAlongThePoint)
@@ -115,9 +103,8 @@ TEST(Projection, CastsTheRayFromTheNormalTipAlongThePoint)
     ExpectTriple(Projection(kZ, unit), kZ);
     // (0,0,1) + 2.5 (0.6, 0, 0.8): not the foot (0.6, 0, 3) of the point.
     ExpectTriple(Projection(T3(0.6, 0, 0.8), CPlane(kZ, 3.0)), T3(1.5, 0, 3));
-    ExpectThrowAt([&] { Projection(T3(0, 0, 2), unit); }, kNotNormalLine, "TOLX::Geometry::CLine::CLine", 96, kHeader);
-    ExpectThrowAt([&] { Projection(kZ * -1.0, unit); }, kParallel,
-                  "TOLX::Geometry::CLine::LambdaOfIntersectionWithPlane", 22, kSource);
+    ExpectThrowAt([&] { Projection(T3(0, 0, 2), unit); }, kNotNormalLine, kLineCtor, kHeader, 96);
+    ExpectThrowAt([&] { Projection(kZ * -1.0, unit); }, kParallel, kLambda, kSource, 22);
 }
 
 TEST(Distances, PointToLineAndSegment)
