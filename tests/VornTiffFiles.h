@@ -50,6 +50,15 @@ RawPage MakePage(std::uint32_t width, std::uint32_t height, const std::function<
     return page;
 }
 
+// The same with the pixel width given in bits: 8, 16 or 32.
+inline RawPage MakePage(int bits, std::uint32_t width, std::uint32_t height,
+                        const std::function<std::uint64_t(int, int)>& value)
+{
+    return bits == 8    ? MakePage<std::uint8_t>(width, height, value)
+           : bits == 16 ? MakePage<std::uint16_t>(width, height, value)
+                        : MakePage<std::uint32_t>(width, height, value);
+}
+
 inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pages)
 {
     TIFF* tif = TIFFOpen(path.c_str(), "w");
