@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 using vorntest::RawPage;
 
@@ -61,12 +62,11 @@ std::uint64_t Pattern(int x, int y, int z, int bits)
     return bits == 32 ? v & 0xffffffffu : v & ((std::uint64_t{1} << bits) - 1);
 }
 
-template <class T>
-std::vector<RawPage> PatternPages(std::uint32_t width, std::uint32_t height, int depth)
+std::vector<RawPage> PatternPages(int bits, std::uint32_t width, std::uint32_t height, int depth)
 {
     std::vector<RawPage> pages;
     for (int z = 0; z < depth; ++z)
-        pages.push_back(vorntest::MakePage<T>(width, height, [z](int x, int y) { return Pattern(x, y, z, 8 * sizeof(T)); }));
+        pages.push_back(vorntest::MakePage(bits, width, height, [z, bits](int x, int y) { return Pattern(x, y, z, bits); }));
     return pages;
 }
 
@@ -111,39 +111,31 @@ void MoveFirstStrip(const std::string& path, std::uint32_t offset)
 
 TEST_F(VornTiff, ReadsEachPixelTypeAsPageOrStack)
 {
-    struct Case
-    {
-        int bits;
-        int depth;
-        const TOLX::IImage::CType& type;
-    };
-    const Case cases[] = {{8, 1, TOLX::IMAGE_GREY_8},  {16, 1, TOLX::IMAGE_GREY_16}, {32, 1, TOLX::IMAGE_GREY_32},
-                          {8, 5, TOLX::IMAGE_GREY_8},  {16, 5, TOLX::IMAGE_GREY_16}, {32, 5, TOLX::IMAGE_GREY_32}};
-    for (const Case& c : cases)
-    {
-        SCOPED_TRACE(std::to_string(c.bits) + "-bit, " + std::to_string(c.depth) + " pages");
-        std::vector<RawPage> pages = c.bits == 8    ? PatternPages<std::uint8_t>(13, 7, c.depth)
-                                     : c.bits == 16 ? PatternPages<std::uint16_t>(13, 7, c.depth)
-                                                    : PatternPages<std::uint32_t>(13, 7, c.depth);
-        for (RawPage& page : pages)
-            page.rowsPerStrip = 3; // the last strip is short
-        const std::string path = Path("p.tif");
-        ASSERT_TRUE(vorntest::WriteRawTiff(path, pages));
-        const TOLX::CImage image = Read(path);
-        EXPECT_TRUE(image.Type() == c.type);
-        ExpectPattern(image, 13, 7, c.depth, c.bits);
-    }
+    const std::pair<int, const TOLX::IImage::CType*> types[] = {
+        {8, &TOLX::IMAGE_GREY_8}, {16, &TOLX::IMAGE_GREY_16}, {32, &TOLX::IMAGE_GREY_32}};
+    for (const auto& [bits, type] : types)
+        for (const int depth : {1, 5})
+        {
+            SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(depth) + " pages");
+            std::vector<RawPage> pages = PatternPages(bits, 13, 7, depth);
+            for (RawPage& page : pages)
+                page.rowsPerStrip = 3; // the last strip is short
+            ASSERT_TRUE(vorntest::WriteRawTiff(Path("p.tif"), pages));
+            const TOLX::CImage image = Read(Path("p.tif"));
+            EXPECT_TRUE(image.Type() == *type);
+            ExpectPattern(image, 13, 7, depth, bits);
+        }
 }
 
 TEST_F(VornTiff, ReadsTiledAndCompressedPages)
 {
-    std::vector<RawPage> tiled = PatternPages<std::uint16_t>(40, 20, 2); // partial tiles at both edges
+    std::vector<RawPage> tiled = PatternPages(16, 40, 20, 2); // partial tiles at both edges
     for (RawPage& page : tiled)
         page.tile = 16;
     ASSERT_TRUE(vorntest::WriteRawTiff(Path("tiled.tif"), tiled));
     ExpectPattern(Read(Path("tiled.tif")), 40, 20, 2, 16);
 
-    std::vector<RawPage> packed = PatternPages<std::uint32_t>(33, 9, 3);
+    std::vector<RawPage> packed = PatternPages(32, 33, 9, 3);
     for (RawPage& page : packed)
     {
         page.compression = COMPRESSION_LZW;
@@ -169,21 +161,14 @@ TEST_F(VornTiff, WritesPagesThatLibtiffReadsBack)
             const std::string path = Path("w.tif");
             vorn::WriteTiff(path, image, m_progress);
 
-            const std::vector<RawPage> pages = vorntest::ReadRawTiff(path);
+            const std::vector<RawPage> pages = vorntest::ReadRawTiff(path), expected = PatternPages(bits, 11, 300, depth);
             ASSERT_EQ(pages.size(), std::size_t(depth));
-            for (int z = 0; z < depth; ++z)
+            for (std::size_t z = 0; z < pages.size(); ++z)
             {
-                const RawPage& page = pages[std::size_t(z)];
-                EXPECT_EQ(page.width, 11u);
-                EXPECT_EQ(page.height, 300u);
-                EXPECT_EQ(page.bits, bits);
-                EXPECT_EQ(page.samples, 1);
-                EXPECT_EQ(page.format, SAMPLEFORMAT_UINT);
-                const std::vector<RawPage> expected =
-                    bits == 8    ? PatternPages<std::uint8_t>(11, 300, depth)
-                    : bits == 16 ? PatternPages<std::uint16_t>(11, 300, depth)
-                                 : PatternPages<std::uint32_t>(11, 300, depth);
-                EXPECT_TRUE(page.bytes == expected[std::size_t(z)].bytes) << "page " << z;
+                const RawPage& page = pages[z];
+                EXPECT_EQ(std::make_tuple(page.width, page.height, page.bits, page.samples, page.format),
+                          std::make_tuple(11u, 300u, std::uint16_t(bits), std::uint16_t(1), std::uint16_t(SAMPLEFORMAT_UINT)));
+                EXPECT_TRUE(page.bytes == expected[z].bytes) << "page " << z;
             }
         }
 }
@@ -236,10 +221,10 @@ TEST_F(VornTiff, UnreadableFilesFailInOneQuietLine)
     // A two-page file cut in its second page, then pixels that lie beyond the
     // end of the file, then a file cut inside its header.
     const std::string cut = Path("cut.tif");
-    ASSERT_TRUE(vorntest::WriteRawTiff(cut, PatternPages<std::uint16_t>(64, 64, 2)));
+    ASSERT_TRUE(vorntest::WriteRawTiff(cut, PatternPages(16, 64, 64, 2)));
     std::filesystem::resize_file(cut, std::filesystem::file_size(cut) - 4000);
     const std::string stray = Path("stray.tif");
-    std::vector<RawPage> onePage = PatternPages<std::uint8_t>(64, 64, 1);
+    std::vector<RawPage> onePage = PatternPages(8, 64, 64, 1);
     onePage[0].rowsPerStrip = 64;
     ASSERT_TRUE(vorntest::WriteRawTiff(stray, onePage));
     MoveFirstStrip(stray, static_cast<std::uint32_t>(std::filesystem::file_size(stray)) - 100);
