@@ -137,12 +137,8 @@ void WriteImage(const TOLX::CImage& image, const std::string& path)
     std::vector<vorntest::RawPage> pages;
     const int bits = 8 * image.Type().BytesPerPixel();
     for (int z = 0; z < image.Depth(); ++z)
-    {
-        const auto value = [&](int x, int y) { return image.GetPixel(x, y, z); };
-        pages.push_back(bits == 8    ? vorntest::MakePage<std::uint8_t>(image.Width(), image.Height(), value)
-                        : bits == 16 ? vorntest::MakePage<std::uint16_t>(image.Width(), image.Height(), value)
-                                     : vorntest::MakePage<std::uint32_t>(image.Width(), image.Height(), value));
-    }
+        pages.push_back(vorntest::MakePage(bits, image.Width(), image.Height(),
+                                           [&](int x, int y) { return image.GetPixel(x, y, z); }));
     ASSERT_TRUE(vorntest::WriteRawTiff(path, pages));
 }
 
