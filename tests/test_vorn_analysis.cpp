@@ -12,6 +12,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <tuple>
 
 using vorn::ObjectReport;
 
@@ -49,9 +50,7 @@ TEST(VornAnalysis, SampleVolumeShapes)
     // Ball of radius 11 about (17, 17, 17): symmetric, so the centre is exact.
     const ObjectReport& ball = Object(report, vorn::SAMPLE_BALL);
     EXPECT_NEAR(double(ball.pixels), 4.0 / 3.0 * M_PI * 11 * 11 * 11, 0.03 * 5575);
-    EXPECT_DOUBLE_EQ(ball.centre.x, 17.0);
-    EXPECT_DOUBLE_EQ(ball.centre.y, 17.0);
-    EXPECT_DOUBLE_EQ(ball.centre.z, 17.0);
+    EXPECT_EQ(std::make_tuple(ball.centre.x, ball.centre.y, ball.centre.z), std::make_tuple(17.0, 17.0, 17.0));
     EXPECT_NEAR(ball.principalMoments[0], ball.principalMoments[2], 1e-12);
     EXPECT_GT(ball.Solidity(), 0.97);
 
@@ -98,15 +97,13 @@ TEST(VornAnalysis, PlaneObjectsAgainstClosedForms)
     EXPECT_EQ(report.dimension, 2);
     EXPECT_EQ(report.labels, 701);
     ASSERT_EQ(report.objects.size(), 3u); // ascending labels, empty labels left out
-    EXPECT_EQ(report.objects[0].label, 3);
-    EXPECT_EQ(report.objects[1].label, 9);
-    EXPECT_EQ(report.objects[2].label, 700);
+    EXPECT_EQ(std::make_tuple(report.objects[0].label, report.objects[1].label, report.objects[2].label),
+              std::make_tuple(3, 9, 700));
 
     // Rectangle: variances (5² - 1)/12 = 2 and (3² - 1)/12 = 2/3 along x and y.
     const ObjectReport& rectangle = Object(report, 3);
     EXPECT_EQ(rectangle.pixels, 15);
-    EXPECT_DOUBLE_EQ(rectangle.centre.x, 4.0);
-    EXPECT_DOUBLE_EQ(rectangle.centre.y, 2.0);
+    EXPECT_EQ(std::make_pair(rectangle.centre.x, rectangle.centre.y), std::make_pair(4.0, 2.0));
     ASSERT_EQ(rectangle.principalMoments.size(), 2u);
     EXPECT_NEAR(rectangle.principalMoments[0], 2.0, 1e-12);
     EXPECT_NEAR(rectangle.principalMoments[1], 2.0 / 3.0, 1e-12);
