@@ -1,7 +1,9 @@
 #include "ExpectThrow.h"
 
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <tuple>
 
 using TOLX::CMatrix;
 using TOLX::IMatrix;
@@ -23,44 +25,39 @@ const char* kMatrixFile = "src/Numeric/Matrix.cpp";
 const char* kInterfaceFile = "src/Numeric/MatrixInterface.cpp";
 } // namespace
 
-TEST(Matrix, AccessorsWordTheirBoundsMessagesDifferently)
+// The two accessors word their bounds messages differently; every shape
+// message names its operation and the element type.
+TEST(Matrix, BoundsAndShapeMessages)
 {
-    CMatrix<double> m(2, 3);
-    const CMatrix<double>& c = m;
-    ExpectThrowAt([&] { (void)c(2, 0); },
-                  "Index exceeds matrix bounds. Tried to access index (2,0) but Matrix size is 2-by-3",
-                  "TOLX::CMatrix<double>::operator ()", kMatrixFile, 83);
-    ExpectThrowAt([&] { m(2, 0) = 1.0; },
-                  "Index exceeds matrix bounds.Tried to access index (2,0) but Matrix size is 2-by-3",
-                  "TOLX::CMatrix<double>::operator ()", kMatrixFile, 91);
-    CMatrix<float> f(1, 1);
-    ExpectThrowAt([&] { f(0, 1) = 1.0f; },
-                  "Index exceeds matrix bounds.Tried to access index (0,1) but Matrix size is 1-by-1",
-                  "TOLX::CMatrix<float>::operator ()", kMatrixFile, 91);
-}
-
-TEST(Matrix, ShapeMessagesNameTheirOperationAndType)
-{
-    CMatrix<double> a(2, 3), b(3, 2);
-    ExpectThrowAt([&] { a += b; }, "Tried to add 2-by-3 and 3-by-2 matrices", "TOLX::IMatrix<double>::operator +=",
-                  kInterfaceFile, 130);
-    ExpectThrowAt([&] { a -= b; }, "Tried to subtract 2-by-3 and 3-by-2 matrices",
-                  "TOLX::IMatrix<double>::operator -=", kInterfaceFile, 145);
-    CMatrix<double> two(2, 2);
-    ExpectThrowAt([&] { a *= two; }, "Tried to multiply 2-by-3 *= 2-by-2 matrices",
-                  "TOLX::IMatrix<double>::operator *=", kInterfaceFile, 85);
-    CMatrix<float> empty, row(1, 3);
-    ExpectThrowAt([&] { empty.AddRows(row); }, "Tried to concatenate 3-dim rows to 0-dim rows",
-                  "TOLX::IMatrix<float>::AddRows", kInterfaceFile, 176);
-    ExpectThrowAt([&] { empty.AddCols(row); }, "Tried to concatenate 1-dim Cols to 0-dim Cols",
-                  "TOLX::IMatrix<float>::AddCols", kInterfaceFile, 209);
-    ExpectThrowAt([&] { (void)a.GetCol(3); }, "Index out of bounds. Tried to access Col 3 but matrix has only 3 Cols",
-                  "TOLX::CMatrix<double>::GetCol", kMatrixFile, 179);
-    ExpectThrowAt([&] { (void)(a * two); }, "Trying to multiply non-conform matrices.",
-                  "TOLX::CMatrix<double>::operator *", kMatrixFile, 124);
+    CMatrix<double> m(2, 3), a(2, 3), b(3, 2), two(2, 2);
+    CMatrix<float> f(1, 1), empty, row(1, 3);
+    const std::tuple<std::function<void()>, std::string, std::string, const char*, int> cases[] = {
+        {[&] { (void)static_cast<const CMatrix<double>&>(m)(2, 0); },
+         "Index exceeds matrix bounds. Tried to access index (2,0) but Matrix size is 2-by-3",
+         "TOLX::CMatrix<double>::operator ()", kMatrixFile, 83},
+        {[&] { m(2, 0) = 1.0; }, "Index exceeds matrix bounds.Tried to access index (2,0) but Matrix size is 2-by-3",
+         "TOLX::CMatrix<double>::operator ()", kMatrixFile, 91},
+        {[&] { f(0, 1) = 1.0f; }, "Index exceeds matrix bounds.Tried to access index (0,1) but Matrix size is 1-by-1",
+         "TOLX::CMatrix<float>::operator ()", kMatrixFile, 91},
+        {[&] { a += b; }, "Tried to add 2-by-3 and 3-by-2 matrices", "TOLX::IMatrix<double>::operator +=",
+         kInterfaceFile, 130},
+        {[&] { a -= b; }, "Tried to subtract 2-by-3 and 3-by-2 matrices", "TOLX::IMatrix<double>::operator -=",
+         kInterfaceFile, 145},
+        {[&] { a *= two; }, "Tried to multiply 2-by-3 *= 2-by-2 matrices", "TOLX::IMatrix<double>::operator *=",
+         kInterfaceFile, 85},
+        {[&] { empty.AddRows(row); }, "Tried to concatenate 3-dim rows to 0-dim rows", "TOLX::IMatrix<float>::AddRows",
+         kInterfaceFile, 176},
+        {[&] { empty.AddCols(row); }, "Tried to concatenate 1-dim Cols to 0-dim Cols", "TOLX::IMatrix<float>::AddCols",
+         kInterfaceFile, 209},
+        {[&] { (void)a.GetCol(3); }, "Index out of bounds. Tried to access Col 3 but matrix has only 3 Cols",
+         "TOLX::CMatrix<double>::GetCol", kMatrixFile, 179},
+        {[&] { (void)(a * two); }, "Trying to multiply non-conform matrices.", "TOLX::CMatrix<double>::operator *",
+         kMatrixFile, 124},
+    };
+    for (const auto& [action, message, function, file, line] : cases)
+        ExpectThrowAt(action, message, function, file, line);
     // A failed check leaves the operand untouched.
-    EXPECT_EQ(a.Rows(), 2u);
-    EXPECT_EQ(a.Cols(), 3u);
+    EXPECT_EQ(a, CMatrix<double>(2, 3));
 }
 
 TEST(Matrix, ProductSumsInOrderAndReshapes)
@@ -68,15 +65,8 @@ TEST(Matrix, ProductSumsInOrderAndReshapes)
     auto a = Make<double>(2, 3, {1, 2, 3, 4, 5, 6});
     auto b = Make<double>(3, 4, {1, 0, 2, -1, 0, 1, 1, 2, 3, 1, 0, 1});
     a *= b;
-    ASSERT_EQ(a.Rows(), 2u);
-    ASSERT_EQ(a.Cols(), 4u);
-    // Row 0: (1,2,3) against the columns of b.
-    EXPECT_EQ(a(0, 0), 10.0);
-    EXPECT_EQ(a(0, 1), 5.0);
-    EXPECT_EQ(a(0, 2), 4.0);
-    EXPECT_EQ(a(0, 3), 6.0);
-    EXPECT_EQ(a(1, 0), 22.0);
-    EXPECT_EQ(a(1, 3), 12.0);
+    // Rows (1,2,3) and (4,5,6) against the columns of b.
+    EXPECT_EQ(a, Make<double>(2, 4, {10, 5, 4, 6, 22, 11, 13, 12}));
 
     // Summation from k = 0 upward: (1 + 1e16) - 1e16 loses the 1; summing
     // downward, (-1e16 + 1e16) + 1, would keep it.
