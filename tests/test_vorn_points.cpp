@@ -18,25 +18,13 @@ vorn::PointSet Read(const std::string& text)
     return vorn::ReadPoints(in, "pts.txt");
 }
 
-// The message and exit code of the CToolError that reading `text` throws.
-std::pair<std::string, int> ReadError(const std::string& text)
+// The message and exit code of the CToolError that the call throws.
+template <class Call>
+std::pair<std::string, int> ToolErrorOf(Call&& call)
 {
     try
     {
-        Read(text);
-    }
-    catch (const CToolError& error)
-    {
-        return {error.what(), error.ExitCode()};
-    }
-    return {"no error", 0};
-}
-
-std::pair<std::string, int> CommandLineError(const std::vector<std::string>& arguments)
-{
-    try
-    {
-        vorn::ParseCommandLine(arguments);
+        call();
     }
     catch (const CToolError& error)
     {
@@ -65,30 +53,20 @@ TEST(VornPoints, DimensionComesFromTheFirstPoint)
 
 TEST(VornPoints, ErrorsNameFileAndLine)
 {
-    const std::pair<std::string, int> cases[] = {
-        {"pts.txt:3: expected 3 numbers like the first point, found 2", 1},
-        {"pts.txt:2: 'abc' is not a number", 1},
-        {"pts.txt:1: '1.5x' is not a number", 1},
-        {"pts.txt:4: 'inf' is not a finite number", 1},
-        {"pts.txt:2: empty field between commas", 1},
-        {"pts.txt:1: line ends with a comma", 1},
-        {"pts.txt:1: a point needs at least 2 coordinates, found 1", 1},
-        {"pts.txt: no points", 1},
-        {"pts.txt: 3 points in 3-D; a hull needs at least 4", 1},
+    // Input, and the message of the read error (exit code 1).
+    const std::pair<std::string, std::string> cases[] = {
+        {"0 0 0\n1 0 0\n1 1\n", "pts.txt:3: expected 3 numbers like the first point, found 2"},
+        {"0 0\nabc 1\n", "pts.txt:2: 'abc' is not a number"},
+        {"1.5x 2\n", "pts.txt:1: '1.5x' is not a number"},
+        {"0 0\n1 0\n# note\ninf 1\n", "pts.txt:4: 'inf' is not a finite number"},
+        {"0 0\n1,,0\n", "pts.txt:2: empty field between commas"},
+        {"1, 2,\n", "pts.txt:1: line ends with a comma"},
+        {"7\n", "pts.txt:1: a point needs at least 2 coordinates, found 1"},
+        {"# nothing\n\n", "pts.txt: no points"},
+        {"0 0 0\n1 0 0\n0 1 0\n", "pts.txt: 3 points in 3-D; a hull needs at least 4"},
     };
-    const std::string inputs[] = {
-        "0 0 0\n1 0 0\n1 1\n",
-        "0 0\nabc 1\n",
-        "1.5x 2\n",
-        "0 0\n1 0\n# note\ninf 1\n",
-        "0 0\n1,,0\n",
-        "1, 2,\n",
-        "7\n",
-        "# nothing\n\n",
-        "0 0 0\n1 0 0\n0 1 0\n",
-    };
-    for (std::size_t i = 0; i < std::size(inputs); ++i)
-        EXPECT_EQ(ReadError(inputs[i]), cases[i]) << inputs[i];
+    for (const auto& [input, message] : cases)
+        EXPECT_EQ(ToolErrorOf([&] { Read(input); }), std::make_pair(message, 1)) << input;
 }
 
 TEST(VornPoints, NumberListsOfInsideTests)
@@ -141,5 +119,5 @@ TEST(VornCommandLine, MistakesAreUsageErrors)
         {{"hull", "a.txt", "-"}, "hull: more than one point file given ('a.txt', '-')"},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(CommandLineError(c.first), std::make_pair(c.second, 2));
+        EXPECT_EQ(ToolErrorOf([&] { vorn::ParseCommandLine(c.first); }), std::make_pair(c.second, 2));
 }
