@@ -299,6 +299,36 @@ TEST(Svd, HugeElementsGiveFiniteFactors)
     ExpectValidSvd(small, reference, 1e-12);
 }
 
+TEST(Svd, SubnormalElementsKeepFullAccuracy)
+{
+    // Reflections built at the scale of subnormal elements kept only their
+    // few bits: U was off by 1e-7 beside a normal element of 0.15, and a
+    // matrix of subnormal elements only did not converge.
+    const CMatrix<double> mixed =
+        FromRows<double>({{0x0.00000002fp-1022, -0x1p-8, 0x1.38p-3}, {0x0.0000000007223p-1022, 0, 0}});
+    ExpectValidSvd(mixed, Decompose(mixed, true), 1e-15);
+
+    // Scaling by a power of two is exact: the subnormal matrix decomposes
+    // into the factors of its copy scaled by 2^1070, singular values scaled
+    // back by exactly 2^-1070.
+    const CMatrix<double> tiny = FromRows<double>({{5e-321, 3e-321}, {1e-321, 2e-321}});
+    CMatrix<double> normal = tiny;
+    normal *= 0x1p1000;
+    normal *= 0x1p70;
+    const Decomposition d = Decompose(tiny, false);
+    const Decomposition reference = Decompose(normal, false);
+    ExpectValidSvd(normal, reference, 1e-12);
+    for (std::size_t j = 0; j < 2; ++j)
+    {
+        EXPECT_EQ(d.S(j, 0), std::ldexp(reference.S(j, 0), -1070));
+        for (std::size_t i = 0; i < 2; ++i)
+        {
+            EXPECT_EQ(d.U(i, j), reference.U(i, j));
+            EXPECT_EQ(d.V(i, j), reference.V(i, j));
+        }
+    }
+}
+
 TEST(Svd, WorkVectorAllocationFailureThrows)
 {
     // Wide enough that the work vector does not fit the stack buffer.

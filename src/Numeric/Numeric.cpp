@@ -32,21 +32,35 @@ void SortDescending(double** a, int m, int n, double* w, double** v)
     }
 }
 
-// The worker squares singular values when it picks its shifts, which
-// overflows beyond about 1e154 and turned finite input into NaN. A matrix
-// with an element above 2^500 is therefore decomposed scaled down by a power
-// of two, which is exact; its singular values are scaled back, and U and V do
-// not depend on the scale. Returns the exponent, 0 for every other matrix.
-int ScaleDownHuge(double** a, int m, int n)
+// The worker computes at the scale of the data. Beyond 2^511 it overflows
+// where it squares singular values to pick a shift, and finite input came
+// back as NaN; subnormal elements keep only a few significant bits, and so do
+// the reflections built from them, which spoiled all of U (1e-7 of the
+// largest element was seen). Such matrices are decomposed scaled by a power
+// of two, which is exact: huge ones down to a largest element in [1, 2),
+// those with subnormal or tiny elements up to [2^400, 2^401), where every
+// element is normal unless the range of the data exceeds 2^1422. U and V do
+// not depend on the scale and the singular values are scaled back. Returns
+// the exponent of the scale; 0, and nothing changed, for every other matrix.
+int Rescale(double** a, int m, int n)
 {
     double largest = 0.0;
+    bool subnormal = false;
     for (int i = 1; i <= m; ++i)
         for (int j = 1; j <= n; ++j)
-            largest = std::fmax(largest, std::fabs(a[i][j]));
-    if (!(largest > 0x1p500) || !std::isfinite(largest))
+        {
+            const double x = std::fabs(a[i][j]);
+            largest = std::fmax(largest, x);
+            subnormal = subnormal || std::fpclassify(x) == FP_SUBNORMAL;
+        }
+    if (!std::isfinite(largest) || largest == 0.0)
         return 0;
-    const int exponent = std::ilogb(largest);
-    for (int i = 1; i <= m; ++i)
+    int exponent = 0;
+    if (largest > 0x1p500)
+        exponent = std::ilogb(largest);
+    else if (subnormal || largest < 0x1p-500)
+        exponent = std::ilogb(largest) - 400;
+    for (int i = 1; exponent != 0 && i <= m; ++i)
         for (int j = 1; j <= n; ++j)
             a[i][j] = std::ldexp(a[i][j], -exponent);
     return exponent;
@@ -72,7 +86,7 @@ bool CNumeric::Svd(const IMatrix<T>& A, IMatrix<T>& U, IMatrix<T>& S, IMatrix<T>
         for (int j = 1; j <= n; ++j)
             a[i][j] = static_cast<double>(A(i - 1, j - 1));
 
-    const int exponent = ScaleDownHuge(a, m, n);
+    const int exponent = Rescale(a, m, n);
     if (!work.Decompose())
         return false;
     double* w = work.W();
