@@ -297,6 +297,22 @@ TEST(Svd, HugeElementsGiveFiniteFactors)
         }
     }
     ExpectValidSvd(small, reference, 1e-12);
+
+    // Scaled down to a largest element of 1, the elements of 2^-116 beside
+    // 2^929 became subnormal and U lost its accuracy (1e-10): huge matrices
+    // are scaled to a largest element near 2^400 instead.
+    const double e = -0x1.8b8b8b8b8b8b8p-116;
+    const CMatrix<double> wide = FromRows<double>(
+        {{e, e, e, -0x1.8b8b8b8b80005p-116, e}, {e, e, e, e, e}, {e, e, e, 0x1.942ac2bb8b8b8p-512, 0x1.0002700000001p+929}});
+    const Decomposition w = Decompose(wide, true);
+    for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t j = 0; j < 5; ++j)
+        {
+            double sum = 0.0;
+            for (std::size_t k = 0; k < 5; ++k)
+                sum += w.U(i, k) * w.S(k, 0) * w.V(j, k);
+            EXPECT_NEAR(sum, wide(i, j), 1e-14 * 0x1p929) << i << "," << j;
+        }
 }
 
 TEST(Svd, SubnormalElementsKeepFullAccuracy)

@@ -37,11 +37,11 @@ void SortDescending(double** a, int m, int n, double* w, double** v)
 // back as NaN; subnormal elements keep only a few significant bits, and so do
 // the reflections built from them, which spoiled all of U (1e-7 of the
 // largest element was seen). Such matrices are decomposed scaled by a power
-// of two, which is exact: huge ones down to a largest element in [1, 2),
-// those with subnormal or tiny elements up to [2^400, 2^401), where every
-// element is normal unless the range of the data exceeds 2^1422. U and V do
-// not depend on the scale and the singular values are scaled back. Returns
-// the exponent of the scale; 0, and nothing changed, for every other matrix.
+// of two, which is exact, to a largest element in [2^400, 2^401): far from
+// overflow, and every element normal unless the range of the data exceeds
+// 2^1422. U and V do not depend on the scale and the singular values are
+// scaled back. Returns the exponent of the scale; 0, and nothing changed,
+// for every other matrix.
 int Rescale(double** a, int m, int n)
 {
     double largest = 0.0;
@@ -55,11 +55,8 @@ int Rescale(double** a, int m, int n)
         }
     if (!std::isfinite(largest) || largest == 0.0)
         return 0;
-    int exponent = 0;
-    if (largest > 0x1p500)
-        exponent = std::ilogb(largest);
-    else if (subnormal || largest < 0x1p-500)
-        exponent = std::ilogb(largest) - 400;
+    const int exponent =
+        largest > 0x1p500 || largest < 0x1p-500 || subnormal ? std::ilogb(largest) - 400 : 0;
     for (int i = 1; exponent != 0 && i <= m; ++i)
         for (int j = 1; j <= n; ++j)
             a[i][j] = std::ldexp(a[i][j], -exponent);
