@@ -65,8 +65,8 @@ TEST(VornPoints, ErrorsNameFileAndLine)
         {"# nothing\n\n", "pts.txt: no points"},
         {"0 0 0\n1 0 0\n0 1 0\n", "pts.txt: 3 points in 3-D; a hull needs at least 4"},
     };
-    for (const auto& [input, message] : cases)
-        EXPECT_EQ(ToolErrorOf([&] { Read(input); }), std::make_pair(message, 1)) << input;
+    for (const auto& entry : cases)
+        EXPECT_EQ(ToolErrorOf([&] { Read(entry.first); }), std::make_pair(entry.second, 1)) << entry.first;
 }
 
 TEST(VornPoints, NumberListsOfInsideTests)
