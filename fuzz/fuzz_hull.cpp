@@ -10,8 +10,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <iostream>
+#include <list>
 #include <string>
 #include <vector>
 
