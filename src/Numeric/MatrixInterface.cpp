@@ -80,18 +80,17 @@ IMatrix<T>& IMatrix<T>::operator*=(const IMatrix& other)
         TOLX_THROW(Member<T>("operator *="), 85, "Tried to multiply %1-by-%2 *= %3-by-%4 matrices", m, n, other.Rows(),
                    other.Cols());
     const std::vector<T> copy = ElementsOf(*this);
-    // A matrix multiplied by itself reads its old values, not the ones this
-    // loop writes.
-    const bool self = &other == this;
-    const std::size_t p = other.Cols();
-    const std::size_t inner = other.Rows();
-    Reshape(m, p);
+    Reshape(m, other.Cols());
+    // B is read through its accessor on every use, after the reshape and
+    // between the writes: a matrix multiplied by itself therefore reads the
+    // elements of rows this loop has already written. Hosts get exactly
+    // those values, so no snapshot of B is taken.
     for (std::size_t i = 0; i < m; ++i)
-        for (std::size_t j = 0; j < p; ++j)
+        for (std::size_t j = 0; j < other.Cols(); ++j)
         {
             T s = 0;
-            for (std::size_t k = 0; k < inner; ++k)
-                s = s + (self ? copy[k * n + j] : other(k, j)) * copy[i * n + k];
+            for (std::size_t k = 0; k < other.Rows(); ++k)
+                s = s + other(k, j) * copy[i * n + k];
             (*this)(i, j) = s;
         }
     return *this;
