@@ -3,7 +3,6 @@
 #include "Numeric/Matrix.h"
 #include "Numeric/helpers/nrSVD.h"
 
-#include <cmath>
 #include <utility>
 
 namespace TOLX
@@ -31,37 +30,6 @@ void SortDescending(double** a, int m, int n, double* w, double** v)
         }
     }
 }
-
-// The worker computes at the scale of the data. Beyond 2^511 it overflows
-// where it squares singular values to pick a shift, and finite input came
-// back as NaN; subnormal elements keep only a few significant bits, and so do
-// the reflections built from them, which spoiled all of U (1e-7 of the
-// largest element was seen). Such matrices are decomposed scaled by a power
-// of two, which is exact, to a largest element in [2^400, 2^401): far from
-// overflow, and every element normal unless the range of the data exceeds
-// 2^1422. U and V do not depend on the scale and the singular values are
-// scaled back. Returns the exponent of the scale; 0, and nothing changed,
-// for every other matrix.
-int Rescale(double** a, int m, int n)
-{
-    double largest = 0.0;
-    bool subnormal = false;
-    for (int i = 1; i <= m; ++i)
-        for (int j = 1; j <= n; ++j)
-        {
-            const double x = std::fabs(a[i][j]);
-            largest = std::fmax(largest, x);
-            subnormal = subnormal || std::fpclassify(x) == FP_SUBNORMAL;
-        }
-    if (!std::isfinite(largest) || largest == 0.0)
-        return 0;
-    const int exponent =
-        largest > 0x1p500 || largest < 0x1p-500 || subnormal ? std::ilogb(largest) - 400 : 0;
-    for (int i = 1; exponent != 0 && i <= m; ++i)
-        for (int j = 1; j <= n; ++j)
-            a[i][j] = std::ldexp(a[i][j], -exponent);
-    return exponent;
-}
 } // namespace
 
 template <class T>
@@ -83,12 +51,9 @@ bool CNumeric::Svd(const IMatrix<T>& A, IMatrix<T>& U, IMatrix<T>& S, IMatrix<T>
         for (int j = 1; j <= n; ++j)
             a[i][j] = static_cast<double>(A(i - 1, j - 1));
 
-    const int exponent = Rescale(a, m, n);
     if (!work.Decompose())
         return false;
     double* w = work.W();
-    for (int j = 1; exponent != 0 && j <= n; ++j)
-        w[j] = std::ldexp(w[j], exponent);
     double** v = work.V();
     if (sort)
         SortDescending(a, m, n, w, v);

@@ -34,13 +34,11 @@ double WithSignOf(double magnitude, double signSource)
     return signSource >= 0.0 ? std::fabs(magnitude) : -std::fabs(magnitude);
 }
 
-// y / x the routine's way, as y times the reciprocal 1 / x. Only where that
-// reciprocal overflows (|x| below 2^-1024, a subnormal pivot) is y divided
-// directly: the product would be infinite or NaN although the quotient is
-// representable. Every other result keeps its bits.
-double TimesReciprocal(double y, double x, double reciprocal)
+// The routine's FMAX: the second value unless the first is greater, so a NaN
+// second value is taken and a NaN first value is dropped.
+double RoutineMax(double a, double b)
 {
-    return std::isfinite(reciprocal) ? y * reciprocal : y / x;
+    return a > b ? a : b;
 }
 
 // How big the worker's arrays are: known at compile time for the small shapes
@@ -154,7 +152,7 @@ double Bidiagonalize(ARows a, Shape shape, double* w, double* rv1)
                     a[i][k] *= scale;
             }
         }
-        anorm = std::max(anorm, std::fabs(w[i]) + std::fabs(rv1[i]));
+        anorm = RoutineMax(anorm, std::fabs(w[i]) + std::fabs(rv1[i]));
     }
     return anorm;
 }
@@ -169,23 +167,18 @@ void AccumulateRight(ARows a, int n, VRows v, const double* rv1)
         if (i < n)
         {
             const double g = rv1[l];
-            // With a subnormal g the reflection vector a[i][.] / (a[i][l] g),
-            // of the order 1 / g, overflows although every update it makes
-            // is of the order of one: the vector is then kept without the
-            // factor 1 / g, which is applied to the dot products instead.
-            const bool scaled = std::isfinite(1.0 / g);
             if (g != 0.0)
             {
-                // Two divisions instead of one product avoid a possible underflow.
+                // Two divisions instead of one product avoid a possible
+                // underflow; with a subnormal g the quotient can still
+                // overflow, and V then holds infinities, as the routine gives.
                 for (int j = l; j <= n; ++j)
-                    v[j][i] = scaled ? (a[i][j] / a[i][l]) / g : a[i][j] / a[i][l];
+                    v[j][i] = (a[i][j] / a[i][l]) / g;
                 for (int j = l; j <= n; ++j)
                 {
                     double dot = 0.0;
                     for (int k = l; k <= n; ++k)
                         dot += a[i][k] * v[k][j];
-                    if (!scaled)
-                        dot /= g;
                     for (int k = l; k <= n; ++k)
                         v[k][j] += dot * v[k][i];
                 }
@@ -213,22 +206,18 @@ void AccumulateLeft(ARows a, int m, int n, const double* w)
             a[i][j] = 0.0;
         if (g != 0.0)
         {
-            // A subnormal w[i] makes 1 / w[i] and the factor f overflow,
-            // although f times the column, divided by w[i], is of the order
-            // of one: the column is then divided before it is multiplied.
             const double inverse = 1.0 / g;
-            const bool scaled = std::isfinite(inverse);
             for (int j = l; j <= n; ++j)
             {
                 double dot = 0.0;
                 for (int k = l; k <= m; ++k)
                     dot += a[k][i] * a[k][j];
-                const double f = scaled ? (dot / a[i][i]) * inverse : dot / a[i][i];
+                const double f = (dot / a[i][i]) * inverse;
                 for (int k = i; k <= m; ++k)
-                    a[k][j] += f * (scaled ? a[k][i] : a[k][i] / g);
+                    a[k][j] += f * a[k][i];
             }
             for (int j = i; j <= m; ++j)
-                a[j][i] = TimesReciprocal(a[j][i], g, inverse);
+                a[j][i] *= inverse;
         }
         else
         {
@@ -246,8 +235,10 @@ void AccumulateLeft(ARows a, int m, int n, const double* w)
 template <bool LeftVectors, class ARows>
 int SplitBlock(ARows a, int m, int k, double* w, double* rv1, double anorm)
 {
-    // rv1[1] is zero by construction, so the search always ends at l = 1;
-    // stopping there explicitly also keeps NaN input inside the arrays.
+    // rv1[1] is zero by construction, so with a finite anorm the search ends
+    // at l = 1. A NaN anorm fails every test; the routine would then read
+    // rv1[0] and w[0] and rotate against row 0, outside its arrays. The
+    // search stops at l = 1 instead, as if rv1[1] were negligible.
     int l = k;
     bool cancel = false;
     for (; l > 1; --l)
@@ -276,8 +267,8 @@ int SplitBlock(ARows a, int m, int k, double* w, double* rv1, double anorm)
         const double h = Hypot(f, g);
         w[i] = h;
         const double inverse = 1.0 / h;
-        c = TimesReciprocal(g, h, inverse);
-        s = TimesReciprocal(-f, h, inverse);
+        c = g * inverse;
+        s = -f * inverse;
         if constexpr (LeftVectors)
             RotateColumns(a, m, nm, i, c, s);
     }
@@ -323,8 +314,8 @@ void ShiftedSweep(ARows a, int m, int n, double* w, VRows v, double* rv1, int l,
         if (z != 0.0)
         {
             const double inverse = 1.0 / z;
-            c = TimesReciprocal(f, z, inverse);
-            s = TimesReciprocal(h, z, inverse);
+            c = f * inverse;
+            s = h * inverse;
         }
         f = c * g + s * y;
         x = c * y - s * g;
