@@ -9,9 +9,7 @@ template <class T>
 CSymmMatrix<T>::CSymmMatrix(int64 n) : m_n(n)
 {
     const std::size_t dim = Impl::CheckedCount(n);
-    if (dim != 0 && dim > m_elements.max_size() / dim)
-        Impl::ThrowTooLong();
-    m_elements.assign(dim * dim, T(0));
+    m_elements.assign(Impl::CheckedArea<T>(dim, dim), T(0));
     for (std::size_t i = 0; i < dim; ++i)
         At(i, i) = T(1);
 }
@@ -106,17 +104,6 @@ std::ostream& CSymmMatrix<T>::Print(std::ostream& os) const
 
 namespace
 {
-// sqrt(x^2 + 1) as written, except that from |x| > 2^27 on it is |x| itself:
-// there x^2 + 1 rounds to x^2 and sqrt(x^2) is exactly |x|, so the value is
-// the same, while x^2 would overflow for |x| above 1.3e154 and turn a finite
-// rotation into infinities and NaN.
-template <class T>
-T SqrtOfSquarePlusOne(T x)
-{
-    constexpr T large = 134217728.0; // 2^27
-    return std::fabs(x) > large ? std::fabs(x) : std::sqrt(x * x + 1);
-}
-
 // Bit-for-bit equality: NaN elements compare equal to themselves here.
 template <class T>
 bool SameState(const CSymmMatrix<T>& a, int64 p, int64 q, const CSymmMatrix<T>& b, int64 bp, int64 bq)
@@ -172,8 +159,11 @@ void CSymmMatrix<T>::SolveEigenProblem(CSymmMatrix& eigenvectors, std::vector<T>
         const T theta = (a.At(qq, qq) - a.At(pp, pp)) / (2 * apq);
         // Always the positive root of t^2 + 2 theta t - 1 = 0, also for
         // negative theta: results that callers compare against depend on it.
-        const T t = SqrtOfSquarePlusOne(theta) - theta;
-        const T c = 1 / SqrtOfSquarePlusOne(t);
+        // Beyond |theta| = 1.3e154 the square overflows, t becomes infinite
+        // and the rotation turns the eigenvectors into NaN; callers get
+        // exactly that.
+        const T t = std::sqrt(theta * theta + 1) - theta;
+        const T c = 1 / std::sqrt(t * t + 1);
         const T s = t * c;
 
         a2 = a;
