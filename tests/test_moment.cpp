@@ -305,6 +305,18 @@ TEST(Moment, TwoPointsInBothModes)
     }
 }
 
+TEST(Moment, CovarianceBeyondTheJacobiRangeIsInfinite)
+{
+    // Covariance rows (1e140, 1e-15), (1e-15, 1e-170): the rotation angle's
+    // square overflows, the solver leaves (-inf, +inf) and the ordering
+    // swaps them; the filler 1 stays last.
+    CMoment m(2);
+    Feed(m, {{1, 1e70, 1e-85, 0}, {1, -1e70, -1e-85, 0}});
+    m.ComputeCovariance();
+    const double inf = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(m.getInertiaMoments(), (std::vector<double>{inf, -inf, 1}));
+}
+
 TEST(Moment, EqualEigenvaluesKeepTheirOrder)
 {
     CMoment m(3);
@@ -547,7 +559,8 @@ TEST(ObjectMoment, DimensionChecks)
     // The prototype accumulator is built first and reports the dimension.
     ExpectThrowAt([] { CObjectMoment bad(3, 4); }, kDimensionMessage, "TOLX::CMoment::CMoment", kHeader, 72);
     ExpectThrowAt([] { CObjectMoment bad(-1, 1); }, kDimensionMessage, "TOLX::CMoment::CMoment", kHeader, 72);
-    ExpectStdThrow<std::length_error>([] { CObjectMoment bad(-1, 3); }, "vector<T> too long");
+    for (const int64 count : {int64(-1), int64(1) << 62})
+        ExpectStdThrow<std::length_error>([count] { CObjectMoment bad(count, 3); }, "vector<T> too long");
 
     CObjectMoment objects(2, 3);
     ExpectThrowAt([&] { objects.SetDimension(5); }, kDimensionMessage, "TOLX::CObjectMoment::SetDimension", kHeader,

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <stdexcept>
+#include <vector>
 
 namespace TOLX
 {
@@ -40,6 +41,27 @@ inline std::size_t CheckedCount(int64 count)
     if (count < 0)
         ThrowTooLong();
     return static_cast<std::size_t>(count);
+}
+
+// A count of elements for a new std::vector<T>; beyond the vector's largest
+// size it is refused with the platform's text, not the library's own.
+template <class T>
+std::size_t CheckedLength(std::size_t count)
+{
+    if (count > std::vector<T>().max_size())
+        ThrowTooLong();
+    return count;
+}
+
+// rows * cols elements for a new std::vector<T>; a product that overflows is
+// refused like a count beyond the largest size, so no storage is ever
+// smaller than the shape it is meant to hold.
+template <class T>
+std::size_t CheckedArea(std::size_t rows, std::size_t cols)
+{
+    if (rows != 0 && cols > std::vector<T>().max_size() / rows)
+        ThrowTooLong();
+    return rows * cols;
 }
 } // namespace Impl
 } // namespace TOLX

@@ -1,5 +1,6 @@
 #include "Numeric/Matrix.h"
 
+#include "Numeric/ContainerChecks.h"
 #include "Numeric/TypeName.h"
 #include "zeblib2core/Throw.h"
 
@@ -17,7 +18,8 @@ std::string Member(const char* member)
 } // namespace
 
 template <class T>
-CMatrix<T>::CMatrix(std::size_t rows, std::size_t cols) : m_rows(rows), m_cols(cols), m_elements(rows * cols, T(0))
+CMatrix<T>::CMatrix(std::size_t rows, std::size_t cols)
+    : m_rows(rows), m_cols(cols), m_elements(Impl::CheckedArea<T>(rows, cols), T(0))
 {
 }
 
@@ -84,7 +86,7 @@ T& CMatrix<T>::operator()(std::size_t row, std::size_t col)
 template <class T>
 void CMatrix<T>::Reshape(std::size_t rows, std::size_t cols)
 {
-    m_elements.resize(rows * cols, T(0));
+    m_elements.resize(Impl::CheckedArea<T>(rows, cols), T(0));
     m_rows = rows;
     m_cols = cols;
 }

@@ -302,7 +302,7 @@ namespace
 std::vector<CMoment> Accumulators(int64 labelCount, int64 dimension)
 {
     const CMoment prototype(dimension);
-    return std::vector<CMoment>(Impl::CheckedCount(labelCount), prototype);
+    return std::vector<CMoment>(Impl::CheckedLength<CMoment>(Impl::CheckedCount(labelCount)), prototype);
 }
 } // namespace
 

@@ -125,9 +125,7 @@ void CSymmMatrix<T>::Reshape(std::size_t rows, std::size_t cols)
     if (rows != cols)
         TOLX_THROW(Impl::TemplateMember<T>("TOLX::CSymmMatrix", "Reshape"), 485,
                    "Symmetric matrix must have an equal number of rows and columns.");
-    if (rows != 0 && rows > m_elements.max_size() / rows)
-        Impl::ThrowTooLong();
-    m_elements.resize(rows * rows, T(0));
+    m_elements.resize(Impl::CheckedArea<T>(rows, rows), T(0));
     m_n = static_cast<int64>(rows);
 }
 
