@@ -234,8 +234,18 @@ void CConvexHullComputer::compute(const CMatrix<double>& S)
     CMatrix<double> p(dimSpace, 1);
     while (CFacet* f = shared->nextFacet(p))
     {
-        constructHorizon(f, p);
-        constructNewFacets(p);
+        try
+        {
+            findHorizon(f, p, false);
+            constructNewFacets(p);
+        }
+        catch (...)
+        {
+            // Left mid-step, the computer shows the state of the step as
+            // written: the visible facets still hold their outside sets.
+            shared->returnLentOutsideSets();
+            throw;
+        }
         // distributePoints(newFacets), visiting the points through the node
         // arrays the horizon search collected.
         shared->distribute(*this, newFacets, true);
@@ -319,12 +329,20 @@ void CConvexHullComputer::queueOutsideOf(const std::list<CFacet*>& L)
         shared->rebuildQueue(*this);
 }
 
+void CConvexHullComputer::constructHorizon(CFacet* f, const CMatrix<double>& p)
+{
+    findHorizon(f, p, true);
+}
+
 // Depth-first over the visible facets with an explicit stack, in the order of
 // the recursive search: a facet's neighbours in slot order, each visible one
 // searched completely before the next slot. A facet is in `visibleFacets`
-// exactly when its visit mark is the current epoch. Outside sets move to
-// `points` by splicing, in the order a copy would have been inserted.
-void CConvexHullComputer::constructHorizon(CFacet* f, const CMatrix<double>& p)
+// exactly when its visit mark is the current epoch. Each visible facet's
+// outside set goes to the front of `points`: copied, or, inside compute(),
+// lent by splicing its nodes, in the same order. Only compute() lends,
+// because it deletes the visible facets before anyone can look at them, and
+// gives the sets back if the step stops with an exception.
+void CConvexHullComputer::findHorizon(CFacet* f, const CMatrix<double>& p, bool copyOutsideSets)
 {
     CShared& s = *shared;
     s.ensureTracked(*this);
@@ -334,7 +352,7 @@ void CConvexHullComputer::constructHorizon(CFacet* f, const CMatrix<double>& p)
         visibleFacets.push_front(g);
         g->links.visit = s.epoch;
         const std::size_t outsideCount = g->outsideSet.size();
-        s.takeOutside(*this, g);
+        s.takeOutside(*this, g, copyOutsideSets);
         s.horizonFrames.push_back({g, 0, outsideCount});
     };
     s.horizonFrames.clear();

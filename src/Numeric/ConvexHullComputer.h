@@ -111,6 +111,7 @@ private:
     // Removes a visible facet or a used connector from the computer's keeping.
     void release(CFacet* f);
     void release(CFacetConnector* c);
+    void findHorizon(CFacet* f, const CMatrix<double>& p, bool copyOutsideSets);
     void buildAlongHorizon(CFacetConnector* start, CMatrix<double>& p);
     void queueOutsideOf(const std::list<CFacet*>& L);
     void collectEquations();

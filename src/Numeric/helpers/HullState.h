@@ -264,6 +264,15 @@ public:
     // `points` front to back.
     std::vector<std::vector<CNode>> horizonNodes;
     bool horizonNodesKnown = false;
+    // The outside sets the current horizon search moved to `points`: each
+    // facet's nodes start at `first` there.
+    struct CLent
+    {
+        CFacet* facet;
+        CNode first;
+        std::size_t count;
+    };
+    std::vector<CLent> lent;
     std::vector<CNode> order;
     std::vector<std::vector<CNode>> spareNodes;
     std::uint64_t stamp = 0;
@@ -348,20 +357,40 @@ public:
         horizonNodesKnown = false;
     }
 
-    // The horizon search moves the outside set of visible facet g to `points`.
-    void takeOutside(CConvexHullComputer& hull, CFacet* g)
+    // The horizon search puts the outside set of visible facet g in front of
+    // `points`: a copy, or the nodes themselves, lent until g is deleted.
+    void takeOutside(CConvexHullComputer& hull, CFacet* g, bool copy)
     {
         if (hull.visibleFacets.size() == 1)
         {
             horizonNodes.clear();
             horizonNodesKnown = hull.points.empty();
+            lent.clear();
+        }
+        if (copy)
+        {
+            horizonNodesKnown = false;
+            hull.points.insert(hull.points.begin(), g->outsideSet.cbegin(), g->outsideSet.cend());
+            return;
         }
         if (g->links.outsideKnown)
             horizonNodes.push_back(std::move(g->links.outsideNodes));
         else
             horizonNodesKnown = false;
         g->links.forgetOutside();
+        const std::size_t count = g->outsideSet.size();
         hull.points.splice(hull.points.begin(), g->outsideSet);
+        if (count != 0)
+            lent.push_back({g, hull.points.begin(), count});
+    }
+
+    // Gives every facet of the current horizon search a copy of the points it
+    // lent, which are still in `points`.
+    void returnLentOutsideSets()
+    {
+        for (const CLent& l : lent)
+            l.facet->outsideSet.assign(l.first, std::next(l.first, static_cast<std::ptrdiff_t>(l.count)));
+        lent.clear();
     }
 
     // Horizon ridges in list order and, for every ridge r and vertex k, the
