@@ -427,8 +427,14 @@ TEST(Hull, InterruptedStepsLeaveADestroyableComputer)
     const CMatrix<double> unit = Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
     Probe steps(3);
     steps.makeSimplex(unit);
-    steps.constructHorizon(steps.facets.back(), Col({1, 1, 1})); // the slanted facet
+    steps.addPoint(Col({1, 1, 1}));
+    steps.distributePoints(steps.facets);
+    // The slanted facet sees the point; the search copies its outside set.
+    steps.constructHorizon(steps.facets.back(), Col({1, 1, 1}));
     EXPECT_EQ(steps.horizon.size(), 3u);
+    const std::vector<Point> seen{{1, 1, 1}};
+    EXPECT_EQ(Flat(steps.facets.back()->getOutsideSet()), seen);
+    EXPECT_EQ(Flat(steps.points), seen);
     ExpectThrowAt([&] { steps.constructHorizon(steps.facets.front(), Col({0, 0, 0})); }, kAlreadyInside,
                   "TOLX::CConvexHullComputer::constructHorizon", kHullFile, 299);
     Probe copy(3);
@@ -440,6 +446,11 @@ TEST(Hull, InterruptedStepsLeaveADestroyableComputer)
     CConvexHullComputer far = HullOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {7e15, 3e15, 5e15}});
     ExpectThrowAt([&] { far.compute(unit); }, "Unable to construct a facet.", "TOLX::CFacet::CFacet",
                   "src/Numeric/Facet.cpp", 78);
+    // Only the slanted facet saw the far point: it still holds it, and so
+    // does `points`.
+    const std::vector<Point> farPoint{{7e15, 3e15, 5e15}};
+    EXPECT_EQ(Flat(far.getPoints()), farPoint);
+    EXPECT_EQ(Flat(far.GetFacets().back()->getOutsideSet()), farPoint);
     CConvexHullComputer nearer = HullOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {3e12, 1e12, 2e12}});
     ExpectThrowAt([&] { nearer.compute(unit); }, kAlreadyInside, "TOLX::CConvexHullComputer::constructHorizon",
                   kHullFile, 299);
