@@ -6,6 +6,7 @@
 // is closed-form like ours and is timed on the same monic cubics.
 
 #include "VornNumeric.h"
+#include "Numeric/TripleArithmetic.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,7 @@
 // Geometric primitives, distances, intersections and projection in 3-space.
 
 #include "ExpectThrow.h"
+#include "Numeric/TripleArithmetic.h"
 
 #include <cmath>
 #include <functional>

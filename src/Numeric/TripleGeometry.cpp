@@ -1,14 +1,55 @@
 #include "Numeric/TripleGeometry.h"
 
+#include "Numeric/TripleArithmetic.h"
+
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <limits>
 
 namespace TOLX
 {
-using Geometry::Detail::eps;
+namespace
+{
+// The one absolute tolerance of the geometry and the root solvers; it is
+// never scaled by the data.
+constexpr double eps = std::numeric_limits<double>::epsilon();
+
+// The tolerance applies to the length itself, not to its square, and a NaN
+// length passes: the primitives check, they never normalise.
+bool IsUnitLength(const CTriple<double>& v)
+{
+    return !(std::fabs(1.0 - Length(v)) > eps);
+}
+} // namespace
 
 namespace Geometry
 {
+CPlane::CPlane(CTriple<double> point, CTriple<double> normal)
+    : m_planePoint(point), m_normalVector(normal), m_distanceToOrigin(Dot(point, normal))
+{
+    if (!IsUnitLength(m_normalVector))
+        Detail::ThrowPlaneNormalNotUnit(39);
+}
+
+CPlane::CPlane(CTriple<double> normal, double distance)
+    : m_planePoint(normal * distance), m_normalVector(normal), m_distanceToOrigin(distance)
+{
+    if (!IsUnitLength(m_normalVector))
+        Detail::ThrowPlaneNormalNotUnit(45);
+}
+
+CLine::CLine(CTriple<double> direction, CTriple<double> point) : m_direction(direction), m_point(point)
+{
+    if (!IsUnitLength(m_direction))
+        Detail::ThrowLineDirectionNotUnit();
+}
+
+CTriple<double> CLine::GetPoint(double lambda) const
+{
+    return m_point + m_direction * lambda;
+}
+
 CPlane& CPlane::operator=(const CPlane& other) = default;
 CLine& CLine::operator=(const CLine& other) = default;
 CSegment& CSegment::operator=(const CSegment& other) = default;

@@ -4,29 +4,32 @@
 // them, and closed-form real roots of polynomials up to the fourth order.
 
 #include "Numeric/Export.h"
-#include "Numeric/TripleArithmetic.h"
 #include "zeblib2core/Throw.h"
 #include "zeblib2core/Types.h"
 
-#include <cmath>
-#include <limits>
 #include <vector>
 
 namespace TOLX
 {
 namespace Geometry
 {
+// Every computation of the primitives, the unit-length decision included,
+// is compiled into the library, never into host code: a host's own
+// floating-point settings (fused multiply-adds) cannot change a result.
+
 namespace Detail
 {
-// The one absolute tolerance of the geometry and the root solvers; it is
-// never scaled by the data.
-constexpr double eps = std::numeric_limits<double>::epsilon();
-
-// The tolerance applies to the length itself, not to its square, and a NaN
-// length passes: the primitives check, they never normalise.
-inline bool IsUnitLength(const CTriple<double>& v)
+// The constructors' throw sites. They live in this header, where hosts have
+// always found them in the location record, and are called only from the
+// library's own implementation of the constructors.
+[[noreturn]] inline void ThrowPlaneNormalNotUnit(int line)
 {
-    return !(std::fabs(1.0 - Length(v)) > eps);
+    TOLX_THROW("TOLX::Geometry::CPlane::CPlane", line, "Plane normal vector needs to be normalized!");
+}
+
+[[noreturn]] inline void ThrowLineDirectionNotUnit()
+{
+    TOLX_THROW("TOLX::Geometry::CLine::CLine", 96, "Line direction needs to be normalized!");
 }
 } // namespace Detail
 
@@ -50,22 +53,6 @@ private:
     double m_distanceToOrigin;
 };
 
-// Throws in the header on purpose: the constructors are inline, and host code
-// knows these throw sites by this file.
-inline CPlane::CPlane(CTriple<double> point, CTriple<double> normal)
-    : m_planePoint(point), m_normalVector(normal), m_distanceToOrigin(Dot(point, normal))
-{
-    if (!Detail::IsUnitLength(m_normalVector))
-        TOLX_THROW("TOLX::Geometry::CPlane::CPlane", 39, "Plane normal vector needs to be normalized!");
-}
-
-inline CPlane::CPlane(CTriple<double> normal, double distance)
-    : m_planePoint(normal * distance), m_normalVector(normal), m_distanceToOrigin(distance)
-{
-    if (!Detail::IsUnitLength(m_normalVector))
-        TOLX_THROW("TOLX::Geometry::CPlane::CPlane", 45, "Plane normal vector needs to be normalized!");
-}
-
 // The points point + lambda * direction. Unlike the plane, the direction
 // comes first in the constructor.
 class VORN_API CLine
@@ -77,7 +64,7 @@ public:
 
     CTriple<double> GetDirection() const { return m_direction; }
     CTriple<double> GetCenter() const { return m_point; }
-    CTriple<double> GetPoint(double lambda) const { return m_point + m_direction * lambda; }
+    CTriple<double> GetPoint(double lambda) const;
 
     // Refuses every direction whose dot product with the plane normal is
     // below eps, including lines that run against the normal: callers orient
@@ -88,12 +75,6 @@ private:
     CTriple<double> m_direction;
     CTriple<double> m_point;
 };
-
-inline CLine::CLine(CTriple<double> direction, CTriple<double> point) : m_direction(direction), m_point(point)
-{
-    if (!Detail::IsUnitLength(m_direction))
-        TOLX_THROW("TOLX::Geometry::CLine::CLine", 96, "Line direction needs to be normalized!");
-}
 
 // The part of the line with lambda in [-height/2, +height/2], centred on the
 // line's point.
