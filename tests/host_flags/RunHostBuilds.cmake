@@ -1,0 +1,75 @@
+# Builds HostProbe.cpp the way hosts build their own code, with each compiler
+# and flag set, against the library as built, runs every build and checks
+# that all of them print the same lines.
+#
+#   cmake -DPROBE=... -DINCLUDES=a|b -DLIBRARIES=x.so|y.so -DCOMPILERS=g++|clang++
+#         -DWORK=dir -P RunHostBuilds.cmake
+
+cmake_policy(SET CMP0007 NEW)
+
+foreach(var PROBE INCLUDES LIBRARIES COMPILERS WORK)
+  if(NOT DEFINED ${var})
+    message(FATAL_ERROR "RunHostBuilds.cmake needs -D${var}=...")
+  endif()
+  string(REPLACE "|" ";" ${var} "${${var}}")
+endforeach()
+
+set(flag_sets "-O0" "-O2" "-O3 -march=native" "-O2 -mfma -ffp-contract=fast")
+# A processor without fused multiply-add cannot run code built with -mfma.
+file(READ /proc/cpuinfo cpuinfo LIMIT 65536)
+if(NOT cpuinfo MATCHES "flags[^\n]* fma")
+  list(REMOVE_ITEM flag_sets "-O2 -mfma -ffp-contract=fast")
+  message(STATUS "this processor has no FMA: the -mfma build is left out")
+endif()
+
+set(args -std=c++17)
+foreach(dir IN LISTS INCLUDES)
+  list(APPEND args "-I${dir}")
+endforeach()
+foreach(library IN LISTS LIBRARIES)
+  get_filename_component(dir "${library}" DIRECTORY)
+  list(APPEND args "${library}" "-Wl,-rpath,${dir}")
+endforeach()
+
+file(MAKE_DIRECTORY "${WORK}")
+set(reference "")
+set(index 0)
+foreach(compiler IN LISTS COMPILERS)
+  foreach(flags IN LISTS flag_sets)
+    math(EXPR index "${index} + 1")
+    set(name "${compiler} ${flags}")
+    set(program "${WORK}/probe${index}")
+    separate_arguments(flag_list UNIX_COMMAND "${flags}")
+    execute_process(COMMAND ${compiler} ${flag_list} "${PROBE}" ${args} -o "${program}"
+                    RESULT_VARIABLE built ERROR_VARIABLE errors)
+    if(NOT built EQUAL 0)
+      message(FATAL_ERROR "${name}: the host build failed:\n${errors}")
+    endif()
+    execute_process(COMMAND "${program}" RESULT_VARIABLE ran OUTPUT_VARIABLE output)
+    if(NOT ran EQUAL 0)
+      message(FATAL_ERROR "${name}: the probe exited with ${ran}")
+    endif()
+    string(LENGTH "${output}" length)
+    if(reference STREQUAL "")
+      set(reference "${output}")
+      set(reference_name "${name}")
+      message(STATUS "${name}: ${length} characters of results")
+    elseif(NOT output STREQUAL reference)
+      # Name the first lines that differ.
+      string(REPLACE "\n" ";" lines "${output}")
+      string(REPLACE "\n" ";" expected "${reference}")
+      set(shown 0)
+      set(report "")
+      foreach(line IN LISTS lines)
+        list(POP_FRONT expected wanted)
+        if(NOT line STREQUAL wanted AND shown LESS 8)
+          string(APPEND report "\n  ${reference_name}: ${wanted}\n  ${name}: ${line}")
+          math(EXPR shown "${shown} + 1")
+        endif()
+      endforeach()
+      message(FATAL_ERROR "${name} prints other bits than ${reference_name}:${report}")
+    else()
+      message(STATUS "${name}: the same bits")
+    endif()
+  endforeach()
+endforeach()
