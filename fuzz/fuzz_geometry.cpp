@@ -252,7 +252,7 @@ void FuzzShapes(FuzzInput& in)
         const double d = G::Distance(G::CLine(u, P), circle);
         // The search starts from |P - M| + R and only ever lowers it.
         const double bound = Norm(Sub(P, M)) + R;
-        FUZZ_CHECK(std::isnan(d) || d <= bound + 1e-12 * std::fabs(bound));
+        FUZZ_CHECK(std::isnan(d) || d <= bound || d <= bound + 1e-12 * std::fabs(bound));
         if (R >= 0)
             CheckDistance(d);
         break;

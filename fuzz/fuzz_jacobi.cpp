@@ -1,8 +1,8 @@
 // The Jacobi eigen solver on small square matrices, symmetric or not, with
 // NaN, infinities, huge and subnormal elements and unusual tolerances: it
 // always returns (libFuzzer's -timeout catches a hang), refuses exactly the
-// matrices that fail the symmetry test, and for finite input with the
-// tolerance the library uses its eigenpairs satisfy A v = lambda v.
+// matrices that fail the symmetry test, and for input of moderate size with
+// the tolerance the library uses its eigenpairs satisfy A v = lambda v.
 
 #include "FuzzInput.h"
 #include "VornNumeric.h"
@@ -94,7 +94,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (double x : a)
         norm += x * x;
     norm = std::sqrt(norm);
-    if (eps != kMachineEps || !(norm <= 1e150))
+    // theta = (a_qq - a_pp) / (2 a_pq) squared overflows beyond 1.3e154 and
+    // then turns the eigenvectors into NaN, as the formula does. A rotation
+    // needs |a_pq| > eps, and the diagonal stays within the norm, so theta
+    // stays below norm / eps: a norm up to 1e138 keeps every rotation finite.
+    if (eps != kMachineEps || !(norm <= 1e138))
         return 0;
 
     // Each rotation is orthogonal up to rounding, and the off-diagonal rest

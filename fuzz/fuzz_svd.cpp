@@ -1,15 +1,15 @@
 // Singular value decomposition and rank of small double and float matrices,
 // NaN and infinities included. Either the decomposition reports failure and
-// leaves its outputs alone, or it reconstructs finite input, its singular
-// values are non-negative (and descending when sorted), and it never writes
-// outside the m-by-n, n-by-1 and n-by-n corners of its outputs.
+// leaves its outputs alone, or its singular values are non-negative (and
+// descending when sorted), it never writes outside the m-by-n, n-by-1 and
+// n-by-n corners of its outputs, and it reconstructs input whose elements
+// lie where the published routine neither overflows nor underflows.
 
 #include "FuzzInput.h"
 #include "VornNumeric.h"
 
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <string>
 
 namespace
@@ -20,16 +20,23 @@ template <>
 struct Tolerance<double>
 {
     static constexpr double relative = 1e-12;
-    // The Householder steps scale by column sums of magnitudes.
-    static constexpr double largest = 1e300;
+    // The routine squares values of the size of the elements to choose its
+    // shift and divides by its pivots: elements beyond 2^511 overflow to
+    // NaN, elements near or below 2^-511 lose the shift or make a pivot's
+    // reciprocal overflow (docs/robustness.md). Reconstruction is checked
+    // for non-zero elements within 2^-400 .. 2^400.
+    static constexpr double largest = 0x1p400;
+    static constexpr double smallest = 0x1p-400;
 };
 template <>
 struct Tolerance<float>
 {
     static constexpr double relative = 1e-4;
     // Singular values of up to sqrt(m n) times the largest element must not
-    // saturate when they are narrowed to float.
+    // saturate when they are narrowed to float; every float is far inside
+    // the double range the routine computes in.
     static constexpr double largest = 1e36;
+    static constexpr double smallest = 0.0;
 };
 
 // A value no decomposition writes: the outputs start filled with it.
@@ -81,18 +88,17 @@ void FuzzSvd(FuzzInput& in)
     const std::size_t extraCols = (shape / 3) % 3;
 
     TOLX::CMatrix<T> A(m, n);
-    bool finite = true;
+    bool inRange = true;
     double scale = 0.0;
-    double smallest = std::numeric_limits<double>::infinity(); // non-zero
     for (std::size_t i = 0; i < m; ++i)
         for (std::size_t j = 0; j < n; ++j)
         {
             const T x = static_cast<T>(in.Number());
             A(i, j) = x;
-            finite = finite && std::fabs(static_cast<double>(x)) <= Tolerance<T>::largest;
-            scale = std::fmax(scale, std::fabs(static_cast<double>(x)));
-            if (x != 0)
-                smallest = std::fmin(smallest, std::fabs(static_cast<double>(x)));
+            const double magnitude = std::fabs(static_cast<double>(x));
+            inRange = inRange && magnitude <= Tolerance<T>::largest &&
+                      (magnitude == 0.0 || magnitude >= Tolerance<T>::smallest);
+            scale = std::fmax(scale, magnitude);
         }
     const TOLX::CMatrix<T> original = A;
 
@@ -137,12 +143,7 @@ void FuzzSvd(FuzzInput& in)
             ++above;
     FUZZ_CHECK(TOLX::CNumeric::Rank(A, tolerance) == above);
 
-    // Matrices with huge, tiny or subnormal elements are decomposed scaled to
-    // a largest element near 2^400. Elements that are subnormal even then (a
-    // range of more than 2^1421) keep only a few significant bits, and the
-    // reflections the worker stores at their scale lose the rest: there the
-    // factors need not reconstruct the input (docs/robustness.md).
-    if (!finite || std::ldexp(smallest, 1421) < scale)
+    if (!inRange)
         return;
     // A == U diag(S) V^T within a tolerance relative to the largest element.
     const double allowed = Tolerance<T>::relative * scale * static_cast<double>(m + n) + 1e-300;
