@@ -298,6 +298,14 @@ TEST(Svd, ExtremeElementsGiveThePublishedRoutinesResults)
     EXPECT_EQ(pivot.V(1, 1), -inf);
 }
 
+// Row and column counts are taken as 32-bit integers: 2^32 - 2 rows become
+// m = -2, and m + 1 = -1 row pointers cannot be allocated.
+TEST(Svd, CountsBeyondTheIntegerRangeFailAsTheirAllocation)
+{
+    for (const std::size_t rows : {std::size_t(4294967294u), std::size_t(2147483648u)})
+        EXPECT_THROW(CNumeric::Rank(CMatrix<double>(rows, 0), 0.0), std::bad_array_new_length) << rows;
+}
+
 TEST(Svd, WorkVectorAllocationFailureThrows)
 {
     // Wide enough that the work vector does not fit the stack buffer.

@@ -8,6 +8,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using TOLX::CSymmMatrix;
@@ -75,10 +76,18 @@ TEST(SymmMatrix, ConstructionAndLenientAccess)
     ExpectBadSubscript([&] { (void)static_cast<const CSymmMatrix<double>&>(m)(0, 4); });
 
     EXPECT_EQ(CSymmMatrix<double>(0).Rows(), 0u);
-    ExpectStdThrow<std::length_error>([] { CSymmMatrix<double>(-1); }, "vector<T> too long");
+    // A negative dimension squares to a positive storage size and has no
+    // diagonal: n = -2 holds four zeros, or the four values given.
+    const CSymmMatrix<double> negative(-2);
+    EXPECT_EQ(negative.Rows(), static_cast<std::size_t>(-2));
+    EXPECT_EQ((std::vector<double>{negative(0, 0), negative(0, 1), negative(0, 2), negative(0, 3)}),
+              (std::vector<double>{0, 0, 0, 0}));
+    ExpectBadSubscript([&] { (void)negative(0, 4); });
+    EXPECT_EQ(CSymmMatrix<double>({1, 2, 3, 4}, -2)(0, 3), 4.0);
+    ExpectStdThrow<std::length_error>([] { CSymmMatrix<double>(int64(1) << 32); }, "vector<T> too long");
 
     for (const auto& [values, n] : std::vector<std::pair<std::vector<double>, int64>>{
-             {{1, 2, 3}, 2}, {{1, 2, 3, 4}, 3}, {{}, 1}, {{1, 2, 3, 4}, -2}})
+             {{1, 2, 3}, 2}, {{1, 2, 3, 4}, 3}, {{}, 1}, {{1, 2, 3}, -2}, {{}, int64(1) << 32}})
         ExpectThrowAt([&, v = values, d = n] { CSymmMatrix<double> bad(v, d); }, "invalid parameter vector",
                       "TOLX::CSymmMatrix<double>::CSymmMatrix", kFile, 104);
 }
@@ -195,22 +204,30 @@ TEST(SymmMatrix, JacobiTakesThePositiveRootForNegativeTheta)
     ExpectEigenDecomposition(a, v, lambda);
 }
 
-TEST(SymmMatrix, JacobiThetaBeyondTheSquaresRangeGivesInfinitiesAndNaN)
+TEST(SymmMatrix, JacobiRotationsBeyondTheSquaresRange)
 {
     // |theta| = 5e154 and 1.5e155: theta^2 overflows, t = sqrt(inf) - theta
     // is infinite, c = 1 / inf = 0 and s = inf * 0 is NaN. The diagonal
-    // becomes a -+ t a_pq = (-inf, +inf) and every eigenvector element NaN;
-    // the pivot is zeroed, so the loop ends there.
+    // becomes a -+ t a_pq = (-inf, +inf) and every eigenvector element NaN.
+    // theta = -1e154: theta^2 is finite, t = 2e154, but t^2 overflows, so
+    // c = 0 and s = t c = 0: the diagonal swaps to (-1e139, 1e139) and the
+    // eigenvectors are zero. Each time the pivot is zeroed and the loop ends.
     const double inf = std::numeric_limits<double>::infinity();
-    for (const std::vector<double>& elements : {std::vector<double>{1e140, 1e-15, 1e-15, 0},
-                                                 std::vector<double>{0, 1e-11, 1e-11, 3e144}})
+    const double theta = (-1e139 - 1e139) / (2 * 1e-15);
+    const double t = std::sqrt(theta * theta + 1) - theta;
+    const std::tuple<std::vector<double>, std::vector<double>, bool> cases[] = {
+        {{1e140, 1e-15, 1e-15, 0}, {-inf, inf}, true},
+        {{0, 1e-11, 1e-11, 3e144}, {-inf, inf}, true},
+        {{1e139, 1e-15, 1e-15, -1e139}, {1e139 - t * 1e-15, -1e139 + t * 1e-15}, false},
+    };
+    for (const auto& [elements, expected, vectorsNaN] : cases)
     {
         CSymmMatrix<double> v(2);
         std::vector<double> lambda(2);
         CSymmMatrix<double>(elements, 2).SolveEigenProblem(v, lambda, kEps);
-        EXPECT_EQ(lambda, (std::vector<double>{-inf, inf}));
+        EXPECT_EQ(lambda, expected);
         for (double x : Elements(v))
-            EXPECT_TRUE(std::isnan(x));
+            EXPECT_TRUE(vectorsNaN ? std::isnan(x) : x == 0.0) << x;
     }
 }
 

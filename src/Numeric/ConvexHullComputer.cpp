@@ -738,13 +738,12 @@ void Widen(CBox& box, int x, int y, int z, bool withZ)
 
 void AppendPoint(std::list<CMatrix<double>>& points, std::size_t dim, int x, int y, int z)
 {
-    CMatrix<double> p(dim, 1);
-    double* v = p.Data();
+    points.emplace_back(dim, 1);
+    double* v = points.back().Data();
     v[0] = x;
     v[1] = y;
     if (dim == 3)
         v[2] = z;
-    points.push_back(std::move(p));
 }
 
 // The rows of slices z = z0 .. z1-1 (for d = 2 slice z0 once, then on while

@@ -131,12 +131,10 @@ const double CFacet::eps = 1e-12;
 
 CFacet::CFacet(std::size_t d) : CFace(Narrow(d), Narrow(d - 1)) {}
 
-CFacet::CFacet(const CMatrix<double>& V) : CFacet(CMatrix<double>(V), CTakeVertices{}) {}
-
-CFacet::CFacet(CMatrix<double>&& V, CTakeVertices)
+CFacet::CFacet(const CMatrix<double>& V)
     : CFace(Narrow(V.Rows()), Narrow(V.Rows() - 1)), neighbours(V.Rows(), nullptr)
 {
-    vertices = std::move(V);
+    vertices = V;
     computeNormal();
 }
 
@@ -183,7 +181,7 @@ void CFacet::computeNormal()
     b(0, 0) = Impl::RowTimesColumn(A.Data(), v, d, d);
 }
 
-CFacet::CFacet(CFace* ridge, const CMatrix<double>& p) : CFacet(SpanOf(ridge, p), CTakeVertices{}) {}
+CFacet::CFacet(CFace* ridge, const CMatrix<double>& p) : CFacet(SpanOf(ridge, p)) {}
 
 // Memberwise over the face, the neighbours and the outside set; the hull
 // computer's links stay with the object they describe.

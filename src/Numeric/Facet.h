@@ -51,11 +51,6 @@ protected:
 private:
     friend class CConvexHullComputer;
 
-    struct CTakeVertices
-    {
-    };
-    // The facet through the columns of V, taking V's storage.
-    CFacet(CMatrix<double>&& V, CTakeVertices);
     void respan(CFace* ridge, const CMatrix<double>& p);
     // A and b from the vertices, or the construction's messages.
     void computeNormal();

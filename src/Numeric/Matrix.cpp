@@ -4,7 +4,6 @@
 #include "Numeric/TypeName.h"
 #include "zeblib2core/Throw.h"
 
-#include <utility>
 
 namespace TOLX
 {
@@ -24,14 +23,6 @@ CMatrix<T>::CMatrix(std::size_t rows, std::size_t cols)
 }
 
 template <class T>
-CMatrix<T>::CMatrix(CMatrix&& other) noexcept
-    : IMatrix<T>(), m_rows(std::exchange(other.m_rows, 0)), m_cols(std::exchange(other.m_cols, 0)),
-      m_elements(std::move(other.m_elements))
-{
-    other.m_elements.clear();
-}
-
-template <class T>
 CMatrix<T>& CMatrix<T>::operator=(const CMatrix& other)
 {
     if (this != &other)
@@ -39,19 +30,6 @@ CMatrix<T>& CMatrix<T>::operator=(const CMatrix& other)
         m_elements = other.m_elements;
         m_rows = other.m_rows;
         m_cols = other.m_cols;
-    }
-    return *this;
-}
-
-template <class T>
-CMatrix<T>& CMatrix<T>::operator=(CMatrix&& other) noexcept
-{
-    if (this != &other)
-    {
-        m_elements = std::move(other.m_elements);
-        other.m_elements.clear();
-        m_rows = std::exchange(other.m_rows, 0);
-        m_cols = std::exchange(other.m_cols, 0);
     }
     return *this;
 }

@@ -15,13 +15,12 @@ class VORN_API CMatrix : public IMatrix<T>
 public:
     CMatrix() = default;
     CMatrix(std::size_t rows, std::size_t cols);
+    // Copies are deep, also from an rvalue: there is no move that would
+    // leave the source empty. Between two CMatrix objects assignment is a
+    // plain deep copy; assignment from any other IMatrix goes through the
+    // interface's rule.
     CMatrix(const CMatrix& other) = default;
-    // Moving leaves the source an empty 0-by-0 matrix.
-    CMatrix(CMatrix&& other) noexcept;
-    // Between two CMatrix objects assignment is a plain deep copy; assignment
-    // from any other IMatrix goes through the interface's rule.
     CMatrix& operator=(const CMatrix& other);
-    CMatrix& operator=(CMatrix&& other) noexcept;
     using IMatrix<T>::operator=;
     ~CMatrix() override;
 

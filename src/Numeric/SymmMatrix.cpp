@@ -5,13 +5,17 @@
 
 namespace TOLX
 {
+// n * n zeros and ones on the diagonal. A negative n keeps its positive
+// square as the storage size and has no diagonal to set.
 template <class T>
 CSymmMatrix<T>::CSymmMatrix(int64 n) : m_n(n)
 {
-    const std::size_t dim = Impl::CheckedCount(n);
-    m_elements.assign(Impl::CheckedArea<T>(dim, dim), T(0));
-    for (std::size_t i = 0; i < dim; ++i)
-        At(i, i) = T(1);
+    int64 square = 0;
+    if (!Impl::SquareOf(n, square))
+        Impl::ThrowTooLong();
+    m_elements.assign(Impl::CheckedLength<T>(static_cast<std::size_t>(square)), T(0));
+    for (int64 i = 0; i < n; ++i)
+        At(static_cast<std::size_t>(i), static_cast<std::size_t>(i)) = T(1);
 }
 
 template <class T>

@@ -79,12 +79,17 @@ private:
 
 namespace Impl
 {
+// n * n in 64-bit signed arithmetic, so a negative dimension has a positive
+// square; false where the square would overflow.
+inline bool SquareOf(int64 n, int64& square)
+{
+    return !__builtin_mul_overflow(n, n, &square);
+}
+
 inline bool IsSquareOf(std::size_t size, int64 n)
 {
-    if (n < 0)
-        return false;
-    const auto un = static_cast<std::size_t>(n);
-    return un == 0 ? size == 0 : size % un == 0 && size / un == un;
+    int64 square = 0;
+    return SquareOf(n, square) && size == static_cast<std::size_t>(square);
 }
 } // namespace Impl
 

@@ -447,9 +447,17 @@ bool CNrSvd::svdcmpWithoutU(double** a, int m, int n, double* w, double** v)
 void CSvdWorkspace::Prepare(int m, int n)
 {
     // Row 0 and column 0 exist but are never read: the worker is 1-based.
+    // m + 1 row pointers and rows of n + 1 doubles, as separate arrays would
+    // be allocated: a negative count fails as new[] fails, a size beyond
+    // memory as an exhausted allocator.
+    if (m < -1 || n < -1)
+        throw std::bad_array_new_length();
     const std::size_t aRows = static_cast<std::size_t>(m) + 1;
     const std::size_t width = static_cast<std::size_t>(n) + 1;
+    // At most 2^31 each, so the sums and products below fit in 64 bits.
     const std::size_t values = aRows * width + width + width * width;
+    if (values > m_values.max_size() || aRows + width > m_rowPointers.max_size())
+        throw std::bad_alloc();
     if (m_values.size() < values)
         m_values.resize(values);
     if (m_rowPointers.size() < aRows + width)
