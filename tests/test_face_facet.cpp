@@ -205,6 +205,13 @@ TEST(Facet, GetFurthestTakesFirstOfEquallyHighPointsAboveTolerance)
     EXPECT_EQ(f.getOutsideSet().front()(0, 0), 4.0);
     EXPECT_TRUE(f.getFurthest(p));
     EXPECT_TRUE(p == Mat(3, 1, {3, 0, 3}));
+
+    // A normal without rows makes A q a 0-by-1 matrix, whose (0, 0) does not
+    // exist; the product is a temporary, read through the write accessor.
+    f.getA().Reshape(0, 3);
+    ExpectThrowAt([&] { f.getFurthest(p); },
+                  "Index exceeds matrix bounds.Tried to access index (0,0) but Matrix size is 0-by-1",
+                  "TOLX::CMatrix<double>::operator ()", "src/Numeric/Matrix.cpp", 91);
 }
 
 TEST(Facet, AddNeighbourFillsSlotOfTheUnsharedVertex)

@@ -35,6 +35,8 @@ class Probe : public CConvexHullComputer
 public:
     explicit Probe(std::size_t d) : CConvexHullComputer(d, "probe", nullptr) {}
     using CConvexHullComputer::constructHorizon;
+    using CConvexHullComputer::constructNewFacets;
+    using CConvexHullComputer::deleteVisibleFacets;
     using CConvexHullComputer::distributePoints;
     using CConvexHullComputer::facets;
     using CConvexHullComputer::horizon;
@@ -295,6 +297,11 @@ TEST(Hull, StartPointFailures)
                   "Will not be able to find any affinely independentpoints. Pointset contains only 2 points.", where,
                   kHullFile, 166);
 
+    // Without columns the difference matrix would have 2^64 - 1 columns.
+    ExpectStdThrow<std::length_error>([] { CConvexHullComputer::areAffinelyIndependent(CMatrix<double>(3, 0)); },
+                                      "vector<T> too long");
+    EXPECT_TRUE(CConvexHullComputer::areAffinelyIndependent(CMatrix<double>(3, 1)));
+
     // No points: no draw at all.
     const std::string subspace = "Could not find any affinely independent points. Maybe your data form an affine subspace.";
     TOLX::SeedRand15(5);
@@ -418,6 +425,51 @@ TEST(Hull, RandomHullsMatchBruteForceFacets)
             std::sort(vertices.begin(), vertices.end());
             EXPECT_EQ(vertices, expected);
         }
+}
+
+// A subclass driving the steps itself may edit the protected lists in any
+// way between them; each step then works on the lists as they are. Facets it
+// made itself and listed are destroyed with the others (the leak checkers
+// of the asan preset and valgrind watch that).
+TEST(Hull, StepsCalledBySubclassesFollowTheListsAsTheyAre)
+{
+    const CMatrix<double> triangle = Columns({{0, 0}, {1, 0}, {0, 1}});
+    CMatrix<double> beyond = Col({1, 1});
+    {
+        Probe twice(2); // the slanted edge listed twice: both occurrences go
+        twice.makeSimplex(triangle);
+        CFacet* slanted = twice.facets.back();
+        twice.facets.push_back(slanted);
+        twice.constructHorizon(slanted, beyond);
+        twice.constructNewFacets(beyond);
+        const std::list<CFacet*> refilled = twice.facets; // new list nodes
+        twice.facets = refilled;
+        twice.deleteVisibleFacets();
+        EXPECT_EQ(twice.facets.size(), 2u);
+        EXPECT_EQ(std::count(twice.facets.begin(), twice.facets.end(), slanted), 0);
+    }
+    Probe again(2); // (-1, -1) sees both legs; the search runs again on cleared lists
+    again.makeSimplex(triangle);
+    CMatrix<double> corner = Col({-1, -1});
+    auto sees = [&](const CFacet* f) { return (f->getA() * corner)(0, 0) > f->getb()(0, 0) + 1e-12; };
+    CFacet* leg = *std::find_if(again.facets.begin(), again.facets.end(), sees);
+    for (int round = 0; round < 2; ++round)
+    {
+        again.visibleFacets.clear();
+        again.horizon.clear();
+        again.constructHorizon(leg, corner);
+        EXPECT_EQ(again.visibleFacets.size(), 2u);
+        EXPECT_EQ(again.horizon.size(), 2u);
+    }
+    // A facet of 3-space among edges of the plane: its vertices are distinct
+    // from every vertex of the plane, whose three corners follow.
+    again.facets.push_front(new CFacet(Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}})));
+    std::list<std::vector<double>> vertices;
+    TOLX::CConvexHullHelpers::GetVertices(vertices, again);
+    std::vector<std::size_t> sizes;
+    for (const std::vector<double>& v : vertices)
+        sizes.push_back(v.size());
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{3, 3, 3, 2, 2, 2}));
 }
 
 // A computer left mid-step by an exception still owns everything it made and

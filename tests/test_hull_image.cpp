@@ -304,6 +304,28 @@ TEST(HullImagePaint, Failures)
     CConvexHullComputer one(1, "one", nullptr);
     ExpectThrowAt([&] { one.paintConvexHullToImage(grey8); }, "1d not impl", "typed_paintConvexHullToImage", kFile,
                   203);
+
+    // Equation rows a caller reshaped are read by the inside test through
+    // their accessors, at the first probe that reaches them: a 1-by-3 row in
+    // the plane reads the probe's third coordinate, a row without rows its
+    // element (0, 0).
+    const std::string read = "TOLX::CMatrix<double>::operator ()";
+    CConvexHullComputer square(2, "square", nullptr), simplex(3, "simplex", nullptr);
+    for (const CMatrix<double>& p : {Column({0, 0}), Column({3, 0}), Column({0, 3}), Column({3, 3})})
+        square.addPoint(p);
+    for (const CMatrix<double>& p : {Column({0, 0, 0}), Column({1, 0, 0}), Column({0, 1, 0}), Column({0, 0, 1})})
+        simplex.addPoint(p);
+    square.compute();
+    simplex.compute();
+    square.getA().front().Reshape(1, 3);
+    CImage plane(IMAGE_GREY_8, CSize(4, 4, 1));
+    ExpectThrowAt([&] { square.paintConvexHullToImage(plane); },
+                  "Index exceeds matrix bounds. Tried to access index (2,0) but Matrix size is 2-by-1", read,
+                  "src/Numeric/Matrix.cpp", 83);
+    simplex.getA().back().Reshape(0, 3);
+    ExpectThrowAt([&] { simplex.paintConvexHullToImage(grey8); },
+                  "Index exceeds matrix bounds. Tried to access index (0,0) but Matrix size is 0-by-3", read,
+                  "src/Numeric/Matrix.cpp", 83);
 }
 
 // Painting is compared pixel by pixel with the inside test tried on every

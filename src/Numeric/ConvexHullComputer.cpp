@@ -63,6 +63,20 @@ void PrefetchFacetAhead(const std::vector<const CFacet*>& all, std::size_t i, bo
     }
 }
 
+// While compute() runs the steps itself, the bookkeeping carries over from
+// one step to the next.
+class CDriving
+{
+public:
+    explicit CDriving(bool& driving) : m_driving(driving) { m_driving = true; }
+    ~CDriving() { m_driving = false; }
+    CDriving(const CDriving&) = delete;
+    CDriving& operator=(const CDriving&) = delete;
+
+private:
+    bool& m_driving;
+};
+
 // out := column `col` of M (col < M.Cols()), keeping out's storage.
 void CopyColumn(const CMatrix<double>& M, std::size_t col, CMatrix<double>& out)
 {
@@ -95,6 +109,9 @@ CConvexHullComputer::CConvexHullComputer(const CConvexHullComputer& other)
 
 CConvexHullComputer& CConvexHullComputer::operator=(const CConvexHullComputer& other)
 {
+    // Objects a caller put in the lists about to be replaced are freed with
+    // the rest of this computer's objects, not leaked.
+    shared->keepListed(*this);
     dimSpace = other.dimSpace;
     points = other.points;
     facets = other.facets;
@@ -112,6 +129,7 @@ CConvexHullComputer& CConvexHullComputer::operator=(const CConvexHullComputer& o
 
 CConvexHullComputer::~CConvexHullComputer()
 {
+    shared->keepListed(*this);
     shared->forget(*this);
 }
 
@@ -138,8 +156,7 @@ bool CConvexHullComputer::areAffinelyIndependent(const CMatrix<double>& P)
 {
     const std::size_t d = P.Rows();
     const std::size_t k = P.Cols();
-    if (k < 2)
-        return true;
+    // Without columns, k - 1 wraps: D and the singular values cannot exist.
     CMatrix<double> D(d, k - 1);
     for (std::size_t r = 0; r < d; ++r)
         for (std::size_t c = 1; c < k; ++c)
@@ -228,6 +245,7 @@ void CConvexHullComputer::compute()
 void CConvexHullComputer::compute(const CMatrix<double>& S)
 {
     makeSimplex(S);
+    const CDriving driving(shared->driving);
     distributePoints(facets);
     // The host's licence check belongs here; this build has no host licence.
 
@@ -258,13 +276,18 @@ void CConvexHullComputer::compute(const CMatrix<double>& S)
     collectEquations();
     // Degenerate input can break a step's horizon into pieces; a facet whose
     // ridge then got no new facet still names the deleted visible facet as
-    // its neighbour. Such a slot is emptied, so that every neighbour a caller
-    // is shown is a facet of the hull.
+    // its neighbour: a pointer to a destroyed object, which this computer
+    // keeps for reuse or has reused for another facet. Such a slot is
+    // emptied, so that every neighbour a caller is shown is a facet of the
+    // hull across the slot's ridge.
     const std::unordered_set<const CFacet*> current(facets.begin(), facets.end());
     for (CFacet* f : facets)
-        for (CFacet*& g : f->neighbours)
-            if (g != nullptr && current.count(g) == 0)
+        for (std::size_t i = 0; i < f->neighbours.size(); ++i)
+        {
+            CFacet*& g = f->neighbours[i];
+            if (g != nullptr && (current.count(g) == 0 || !sharesRidge(*g, *f, i)))
                 g = nullptr;
+        }
     // Released last, so that the allocations above need not wait for the
     // allocator to absorb them.
     shared->releaseDropped();
@@ -475,6 +498,16 @@ void CConvexHullComputer::deleteVisibleFacets()
     s.ensureTracked(*this);
     for (CFacet* v : visibleFacets)
     {
+        // Called by a subclass, every occurrence goes, whatever the lists
+        // look like.
+        if (!s.driving)
+        {
+            facets.remove(v);
+            newFacets.remove(v);
+            s.retire(v);
+            release(v);
+            continue;
+        }
         switch (v->links.list)
         {
         case CFacet::CHullLinks::LIST_FACETS:
@@ -482,6 +515,8 @@ void CConvexHullComputer::deleteVisibleFacets()
             break;
         case CFacet::CHullLinks::LIST_NEW_FACETS:
             newFacets.erase(v->links.position);
+            break;
+        case CFacet::CHullLinks::LIST_SPARE:
             break;
         case CFacet::CHullLinks::LIST_NONE:
             if (isIn(v, facets))
@@ -517,6 +552,19 @@ bool CConvexHullComputer::isAboveShaped(const CFacet* f, const CMatrix<double>& 
         return height(0, 0) > b(0, 0) + eps;
     }
     return Impl::RowTimesColumn(A.Data(), p.Data(), rows, cols) > b.Data()[0] + eps;
+}
+
+// Whether g holds every vertex of f but vertex i: the facet that neighbour
+// slot i of f names when the two share that ridge.
+bool CConvexHullComputer::sharesRidge(const CFacet& g, const CFacet& f, std::size_t i)
+{
+    const CMatrix<double>& V = f.getVertices();
+    const std::size_t rows = Impl::RowsOfValue(V);
+    const std::size_t stride = Impl::ColsOfValue(V);
+    for (std::size_t j = 0; j < stride; ++j)
+        if (j != i && !g.hasVertexValues(Impl::ColumnStart(V, rows, j), rows, stride))
+            return false;
+    return true;
 }
 
 bool CConvexHullComputer::matchesWithin(const CMatrix<double>& a, const CMatrix<double>& r)
@@ -593,9 +641,13 @@ bool KeyLess(const CVertexKey& a, const CVertexKey& b, bool planar)
 }
 
 // GetVertices' identity: every coordinate but the last within 1e-8, the last
-// exactly equal.
+// exactly equal. Vertices of facets of different spaces (which only a caller
+// can mix) would be compared past the end of the shorter; they are distinct,
+// ordered by their dimension.
 bool CoordinatesLess(const std::vector<double>& a, const std::vector<double>& b)
 {
+    if (a.size() != b.size())
+        return a.size() < b.size();
     for (std::size_t i = 0; i + 1 < a.size(); ++i)
         if (std::fabs(a[i] - b[i]) > 1e-8)
             return a[i] < b[i];
@@ -668,9 +720,13 @@ std::list<CMatrix<double>> CConvexHullComputer::getVertices() const
 void CConvexHullHelpers::GetVertices(std::list<std::vector<double>>& out, const CConvexHullComputer& hull)
 {
     out.clear();
-    const std::size_t d = hull.GetFacets().empty() ? 0 : hull.GetFacets().front()->getVertices().Rows();
-    std::vector<double> tolerances(d, 1e-8);
-    if (d != 0)
+    const std::list<CFacet*>& facets = hull.GetFacets();
+    const std::size_t d = facets.empty() ? 0 : facets.front()->getVertices().Rows();
+    // The index needs keys of one length; otherwise every key is compared.
+    const bool oneSpace = std::all_of(facets.begin(), facets.end(),
+                                      [d](const CFacet* f) { return f->getVertices().Rows() == d; });
+    std::vector<double> tolerances(oneSpace ? d : 0, 1e-8);
+    if (!tolerances.empty())
         tolerances.back() = 0.0;
     CDistinctKeys<std::vector<double>, decltype(&CoordinatesLess)> seen(tolerances, hull.GetFacets().size(),
                                                                         &CoordinatesLess);
@@ -820,9 +876,54 @@ void typed_loadPointsFromImageBox(const CImage& image, std::size_t dim, Pixel co
     ScanRows<Pixel>(image, dim, x0, y0, z0, x1, y1, z1, Impl::MatchColour<Pixel>(colour), points, unused);
 }
 
+// Pixel (x, y, z) of the image, or null outside it.
 template <class Pixel>
-void typed_paintConvexHullToImage(CImage& image, std::size_t dim, const std::list<CMatrix<double>>& normals,
-                                  const std::list<double>& offsets, double eps, CBox box, Pixel colour)
+std::uint8_t* PixelIn(CImage& image, std::int64_t x, std::int64_t y, std::int64_t z)
+{
+    if (x < 0 || y < 0 || z < 0 || x >= image.Width() || y >= image.Height() || z >= image.Depth())
+        return nullptr;
+    const CPos step = image.Step();
+    return image.Data() + z * step.Z() + y * step.Y() + x * step.X();
+}
+
+// The painting loop as written, probe by probe with the hull's inside test,
+// for equation rows of another shape than 1-by-d (which only a caller can
+// make): the test reads them through their accessors, and the first probe
+// that reaches such a row raises their message, after the rows before it
+// were painted.
+template <class Pixel>
+void PaintProbeByProbe(CImage& image, const CConvexHullComputer& hull, std::size_t dim, CBox box, Pixel colour)
+{
+    CMatrix<double> probe(dim, 1);
+    const auto inside = [&](std::int64_t x, std::int64_t y, std::int64_t z) {
+        probe(0, 0) = static_cast<double>(x);
+        probe(1, 0) = static_cast<double>(y);
+        if (dim == 3)
+            probe(2, 0) = static_cast<double>(z);
+        return hull.isInside(probe);
+    };
+    const std::int64_t zFrom = dim == 3 ? box.zmin : 0;
+    const std::int64_t zTo = dim == 3 ? box.zmax : 0;
+    for (std::int64_t z = zFrom; z <= zTo; ++z)
+        for (std::int64_t y = box.ymin; y <= box.ymax; ++y)
+        {
+            std::int64_t left = box.xmin;
+            while (left <= box.xmax && !inside(left, y, z))
+                ++left;
+            if (left > box.xmax)
+                continue;
+            std::int64_t right = box.xmax;
+            while (right > left && !inside(right, y, z))
+                --right;
+            for (std::int64_t x = left; x <= right; ++x)
+                if (std::uint8_t* pixel = PixelIn<Pixel>(image, x, y, z))
+                    std::memcpy(pixel, &colour, sizeof colour);
+        }
+}
+
+template <class Pixel>
+void typed_paintConvexHullToImage(CImage& image, const CConvexHullComputer& hull, std::size_t dim, double eps,
+                                  CBox box, Pixel colour)
 {
     if (dim > 3)
         TOLX_THROW("typed_paintConvexHullToImage", 141,
@@ -831,6 +932,12 @@ void typed_paintConvexHullToImage(CImage& image, std::size_t dim, const std::lis
                    dim);
     if (dim != 2 && dim != 3)
         TOLX_THROW("typed_paintConvexHullToImage", 203, "1d not impl");
+
+    const std::list<CMatrix<double>>& normals = hull.getA();
+    const std::list<double>& offsets = hull.getb();
+    if (!std::all_of(normals.begin(), normals.end(),
+                     [dim](const CMatrix<double>& a) { return a.Rows() != 0 && a.Cols() == dim; }))
+        return PaintProbeByProbe(image, hull, dim, box, colour);
 
     // The planes as plain numbers: d normal components, then the offset.
     std::vector<double> planes;
@@ -962,22 +1069,21 @@ void CConvexHullComputer::paintConvexHullToImage(CImage& image, CBox box, std::s
     {
         if (colour >= 256)
             TOLX_THROW(kPaintName, 884, kGreyRange, colour);
-        typed_paintConvexHullToImage<std::uint8_t>(image, dimSpace, equationsA, equationsB, eps, box,
-                                                   static_cast<std::uint8_t>(colour));
+        typed_paintConvexHullToImage<std::uint8_t>(image, *this, dimSpace, eps, box, static_cast<std::uint8_t>(colour));
     }
     else if (type == IMAGE_GREY_16)
     {
         if (colour >= 65536)
             TOLX_THROW(kPaintName, 892, kGreyRange, colour);
-        typed_paintConvexHullToImage<std::uint16_t>(image, dimSpace, equationsA, equationsB, eps, box,
-                                                    static_cast<std::uint16_t>(colour));
+        typed_paintConvexHullToImage<std::uint16_t>(image, *this, dimSpace, eps, box,
+                                                     static_cast<std::uint16_t>(colour));
     }
     else if (type == IMAGE_GREY_32)
     {
         if (colour >= 4294967296u)
             TOLX_THROW(kPaintName, 900, kGreyRange, colour);
-        typed_paintConvexHullToImage<std::uint32_t>(image, dimSpace, equationsA, equationsB, eps, box,
-                                                    static_cast<std::uint32_t>(colour));
+        typed_paintConvexHullToImage<std::uint32_t>(image, *this, dimSpace, eps, box,
+                                                     static_cast<std::uint32_t>(colour));
     }
     else
         TOLX_THROW(kPaintName, 904, "Not implemented for image type %1.", type.ToString());

@@ -122,6 +122,7 @@ private:
     static bool isIn(const CMatrix<double>& a, const std::list<CMatrix<double>>& L);
     static bool isIn(std::size_t i, const std::vector<std::size_t>& v);
     static bool isIn(const CFacet* f, const std::list<CFacet*>& L);
+    static bool sharesRidge(const CFacet& g, const CFacet& f, std::size_t i);
     // Element by element within eps: the equality of equation rows.
     static bool matchesWithin(const CMatrix<double>& a, const CMatrix<double>& r);
 

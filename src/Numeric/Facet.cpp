@@ -199,11 +199,12 @@ CFacet& CFacet::operator=(const CFacet& other)
 bool CFacet::getFurthest(CMatrix<double>& p) const
 {
     const std::size_t d = Impl::ColsOfValue(A);
+    const bool row = Impl::RowsOfValue(A) == 1;
     double threshold = b(0, 0) + eps;
     bool found = false;
     for (const CMatrix<double>& q : outsideSet)
     {
-        const double height = Impl::ValueFitsRowProduct(d, q)
+        const double height = row && Impl::ValueFitsRowProduct(d, q)
                                   ? Impl::RowTimesColumn(A.Data(), q.Data(), d, Impl::ColsOfValue(q))
                                   : (A * q)(0, 0);
         if (height > threshold)

@@ -63,7 +63,8 @@ private:
         {
             LIST_NONE,
             LIST_FACETS,
-            LIST_NEW_FACETS
+            LIST_NEW_FACETS,
+            LIST_SPARE // released: kept by the computer for reuse
         };
 
         using COutsideNode = std::list<CMatrix<double>>::iterator;

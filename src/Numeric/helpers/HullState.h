@@ -70,10 +70,48 @@ public:
     CFacetConnector* makeConnector(Args&&... args)
     {
         makeRoom(m_connectors);
+        makeRoom(m_connectorSpare);
         CFacetConnector* c = new CFacetConnector(std::forward<Args>(args)...);
         c->storeSlot = m_connectors.size();
         m_connectors.push_back(c);
+        m_connectorSpare.push_back(0);
         return c;
+    }
+
+    // Takes an object a caller made (and listed in the computer's lists)
+    // into this object's keeping, so that it is destroyed once, with the
+    // others; objects kept already are left as they are.
+    void keep(CFacet* f)
+    {
+        const std::size_t slot = f->links.storeSlot;
+        if (slot < m_facets.size() && m_facets[slot] == f)
+            return;
+        makeRoom(m_facets);
+        f->links.storeSlot = m_facets.size();
+        m_facets.push_back(f);
+    }
+
+    void keep(CFacetConnector* c)
+    {
+        const std::size_t slot = c->storeSlot;
+        if (slot < m_connectors.size() && m_connectors[slot] == c)
+            return;
+        makeRoom(m_connectors);
+        makeRoom(m_connectorSpare);
+        c->storeSlot = m_connectors.size();
+        m_connectors.push_back(c);
+        m_connectorSpare.push_back(0);
+    }
+
+    // Everything the computer's lists name, for the destructor and for an
+    // assignment that replaces the lists.
+    void keepListed(const CConvexHullComputer& hull)
+    {
+        for (const std::list<CFacet*>* L : {&hull.facets, &hull.visibleFacets, &hull.newFacets})
+            for (CFacet* f : *L)
+                keep(f);
+        for (CFacetConnector* c : hull.horizon)
+            keep(c);
     }
 
     // A facet on ridge c through p, as new CFacet(c, p) builds it, rebuilt
@@ -109,31 +147,40 @@ public:
             return makeConnector(visible, hidden, ridge, opposite);
         CFacetConnector* c = m_spareConnectors.back();
         m_spareConnectors.pop_back();
+        m_connectorSpare[c->storeSlot] = 0;
         c->reset(visible, hidden, ridge, opposite);
         return c;
     }
 
-    // Takes back f or c, if this object made it, for reuse; the object stays
-    // owned here. An object made elsewhere is left alone.
+    // Takes back f or c for reuse: as far as callers can tell, the computer
+    // has destroyed it. An object a caller made is kept here from then on;
+    // one released already is not released a second time.
     void recycle(CFacet* f)
     {
-        const std::size_t slot = f->links.storeSlot;
-        if (slot < m_facets.size() && m_facets[slot] == f)
-            m_spareFacets.push_back(f);
+        if (f->links.list == CLinks::LIST_SPARE)
+            return;
+        keep(f);
+        f->links.list = CLinks::LIST_SPARE;
+        m_spareFacets.push_back(f);
     }
 
     void recycle(CFacetConnector* c)
     {
-        const std::size_t slot = c->storeSlot;
-        if (slot < m_connectors.size() && m_connectors[slot] == c)
-            m_spareConnectors.push_back(c);
+        keep(c);
+        if (m_connectorSpare[c->storeSlot] != 0)
+            return;
+        m_connectorSpare[c->storeSlot] = 1;
+        m_spareConnectors.push_back(c);
     }
 
     // ---- bookkeeping
 
+    // The bookkeeping is trusted only while compute() drives the steps. A
+    // subclass calling a protected step may have edited the lists in any
+    // way since the last step, so the bookkeeping is rebuilt from them.
     void ensureTracked(CConvexHullComputer& hull)
     {
-        if (driver != &hull)
+        if (driver != &hull || !driving)
             track(hull);
     }
 
@@ -151,7 +198,8 @@ public:
         alive.assign(1, 0);
         for (CFacet* f : hull.visibleFacets)
         {
-            f->links.list = CLinks::LIST_NONE;
+            if (f->links.list != CLinks::LIST_SPARE)
+                f->links.list = CLinks::LIST_NONE;
             f->links.serial = 0;
         }
         tag(hull.facets, CLinks::LIST_FACETS);
@@ -215,6 +263,7 @@ public:
     }
 
     const CConvexHullComputer* driver = nullptr;
+    bool driving = false; // compute() runs the steps
     std::uint64_t epoch = 0;
     std::vector<char> alive; // by serial; serial 0 names no facet
     std::vector<std::pair<std::size_t, CFacet*>> queue;
@@ -619,7 +668,7 @@ private:
     }
 
     template <class T>
-    static void makeRoom(std::vector<T*>& slots)
+    static void makeRoom(std::vector<T>& slots)
     {
         if (slots.size() == slots.capacity())
             slots.reserve(2 * slots.size() + 16);
@@ -696,6 +745,7 @@ private:
 
     std::vector<CFacet*> m_facets;
     std::vector<CFacetConnector*> m_connectors;
+    std::vector<char> m_connectorSpare; // by slot: released for reuse
     std::vector<CFacet*> m_spareFacets;
     std::vector<CFacetConnector*> m_spareConnectors;
 };
