@@ -34,6 +34,33 @@ inline double Rounded(double v) noexcept
 #endif
     return v;
 }
+
+// The weight of a pixel of CObjectMoment: 1, whose products are the
+// coordinates themselves (1 * x is exactly x), so they need no instruction.
+struct CUnitWeight
+{
+    static constexpr double value = 1.0;
+};
+
+inline double Weight(double w) noexcept
+{
+    return w;
+}
+
+inline double Weight(CUnitWeight) noexcept
+{
+    return CUnitWeight::value;
+}
+
+inline double WeightTimes(double w, double x) noexcept
+{
+    return Rounded(w * x);
+}
+
+inline double WeightTimes(CUnitWeight, double x) noexcept
+{
+    return x;
+}
 } // namespace Impl
 
 // Geometric moments up to second order of one weighted point set in 2-D or
@@ -70,22 +97,7 @@ public:
     // Adds one point of weight w at (x, y, z); in 2-D callers pass z = 0.
     // Weights are not validated. The products are formed as (w * x) * y and
     // so on, which fixes the rounding of every sum, in any host build.
-    void operator()(double w, double x, double y, double z) noexcept
-    {
-        const double wx = Impl::Rounded(w * x);
-        const double wy = Impl::Rounded(w * y);
-        const double wz = Impl::Rounded(w * z);
-        m_m000 += w;
-        m_m100 += wx;
-        m_m010 += wy;
-        m_m001 += wz;
-        m_m200 += Impl::Rounded(wx * x);
-        m_m020 += Impl::Rounded(wy * y);
-        m_m002 += Impl::Rounded(wz * z);
-        m_m110 += Impl::Rounded(wx * y);
-        m_m101 += Impl::Rounded(wx * z);
-        m_m011 += Impl::Rounded(wy * z);
-    }
+    void operator()(double w, double x, double y, double z) noexcept { Accumulate(w, x, y, z); }
 
     // Starts a new point set. The derived values (centre of mass, normed
     // moments, excentricity, axes) and both flags stay as they were.
@@ -151,6 +163,25 @@ private:
     friend class CObjectMoment;
 
     static bool IsValidDimension(int64 dimension) { return dimension == 2 || dimension == 3; }
+    // The one per-point update, for a weight or for CObjectMoment's unit
+    // weight.
+    template <class Weight>
+    void Accumulate(Weight w, double x, double y, double z) noexcept
+    {
+        const double wx = Impl::WeightTimes(w, x);
+        const double wy = Impl::WeightTimes(w, y);
+        const double wz = Impl::WeightTimes(w, z);
+        m_m000 += Impl::Weight(w);
+        m_m100 += wx;
+        m_m010 += wy;
+        m_m001 += wz;
+        m_m200 += Impl::Rounded(wx * x);
+        m_m020 += Impl::Rounded(wy * y);
+        m_m002 += Impl::Rounded(wz * z);
+        m_m110 += Impl::Rounded(wx * y);
+        m_m101 += Impl::Rounded(wx * z);
+        m_m011 += Impl::Rounded(wy * z);
+    }
     void SetTensor(double xx, double xy, double xz, double yy, double yz, double zz);
     void SetCenterOfMass();
     void Decompose();
@@ -212,9 +243,7 @@ public:
     {
         if (label >= static_cast<int64>(m_moments.size()))
             TOLX_THROW("TOLX::CObjectMoment::operator ()", 304, "Label exceeds size");
-        // Weight 1: 1 * x is exactly x, so these are the sums m000 += 1,
-        // m100 += x, m200 += x * x, ... of a pixel.
-        Impl::CheckedAt(m_moments, static_cast<std::size_t>(label))(1.0, x, y, z);
+        Impl::CheckedAt(m_moments, static_cast<std::size_t>(label)).Accumulate(Impl::CUnitWeight{}, x, y, z);
         // Both vectors have one element per label, so the index is valid here too.
         ++m_pixelCounts[static_cast<std::size_t>(label)];
     }
