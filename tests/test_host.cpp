@@ -80,6 +80,33 @@ TEST(HostValues, MapsKeepInsertionOrderOwnAndCopyDeeply)
     EXPECT_FALSE(CValue_Key(0) == CValue_Key("0"));
 }
 
+// Large containers find keys through an index; it must answer as the scan of
+// a small one: names and indices apart, a replaced key in place, a removed one
+// gone with the rest shifted, copies indexed too.
+TEST(HostValues, LargeMapsKeepTheSameRules)
+{
+    CValueMap map;
+    for (int i = 0; i < 300; ++i)
+    {
+        map.SetEntry(std::to_string(i).c_str(), new CValueLong(i));
+        map.SetEntry(i, new CValueLong(-i));
+    }
+    map.SetEntry("7", new CValueLong(70));
+    EXPECT_TRUE(map.RemoveEntry(5));
+    const CValueMap copy(map);
+    for (const CValueMap* m : {static_cast<const CValueMap*>(&map), &copy})
+    {
+        EXPECT_EQ(m->Size(), 599u);
+        EXPECT_EQ(m->Entry("7")->Long(), 70);
+        EXPECT_EQ(m->Entry(7)->Long(), -7);
+        EXPECT_EQ(m->Entry(5), nullptr);
+        // "6" moved from 12 to 11, the name "7" from 14 to 13.
+        EXPECT_EQ(m->Keys()[11].ToString(), "6");
+        EXPECT_TRUE(m->Keys()[13] == CValue_Key("7"));
+        EXPECT_EQ(m->Entry("299")->Long(), 299);
+    }
+}
+
 TEST(HostValues, AskingForAnotherKindThrows)
 {
     CValueDouble d(2.0);
@@ -108,6 +135,19 @@ TEST(HostImage, PixelsStridesAndTypes)
     CImage copy(image);
     copy.SetPixel(2, 1, 1, 1);
     EXPECT_EQ(image.GetPixel(2, 1, 1), 0x2345u);
+
+    // A view of the last row of slice 1 onwards: its pixel (2, 0, 0) is the
+    // image's (2, 1, 1), and its copies view the same pixels.
+    CImage view(IMAGE_GREY_16, CSize(3, 1, 1), image.Data() + 12 + 6, image.Step());
+    CImage alias = view;
+    alias.SetPixel(0, 0, 0, 7);
+    EXPECT_EQ(view.GetPixel(2, 0, 0), 0x2345u);
+    EXPECT_EQ(image.GetPixel(0, 1, 1), 7u);
+
+    // Sizes whose bytes overflow, also in the strides of an empty stack, are
+    // refused before anything is allocated.
+    EXPECT_THROW(CImage(IMAGE_GREY_16, CSize(1073807362, 2147352580, 4)), std::length_error);
+    EXPECT_THROW(CImage(IMAGE_GREY_32, CSize(2147483647, 2147483647, 0)), std::length_error);
 }
 
 TEST(Random15, ClassicSequencePerThreadAndReseedable)

@@ -90,25 +90,53 @@ std::vector<CValueContainerBase::KeyValue> DeepCopy(const CValueContainerBase& s
 }
 } // namespace
 
+namespace
+{
+// Below this many entries a scan is as fast as the index.
+constexpr std::size_t kIndexedFrom = 64;
+
+std::string IndexKey(const CValue_Key& key)
+{
+    return (key.IsIndex() ? "#" : "$") + key.ToString();
+}
+} // namespace
+
 CValueContainerBase::CValueContainerBase(const CValueContainerBase& other) : CValue(other), m_entries(DeepCopy(other))
 {
+    IndexEntries();
 }
 
 CValueContainerBase& CValueContainerBase::operator=(const CValueContainerBase& other)
 {
     if (this != &other)
+    {
         m_entries = DeepCopy(other);
+        IndexEntries();
+    }
     return *this;
 }
 
-std::vector<CValueContainerBase::KeyValue>::iterator CValueContainerBase::Find(const CValue_Key& key)
+void CValueContainerBase::IndexEntries()
 {
-    return std::find_if(m_entries.begin(), m_entries.end(), [&](const KeyValue& e) { return e.first == key; });
+    m_positions.clear();
+    if (m_entries.size() < kIndexedFrom)
+        return;
+    for (std::size_t i = 0; i < m_entries.size(); ++i)
+        m_positions.emplace(IndexKey(m_entries[i].first), i);
 }
 
-std::vector<CValueContainerBase::KeyValue>::const_iterator CValueContainerBase::Find(const CValue_Key& key) const
+// The position of key, or Size() when it is absent.
+std::size_t CValueContainerBase::Position(const CValue_Key& key) const
 {
-    return std::find_if(m_entries.begin(), m_entries.end(), [&](const KeyValue& e) { return e.first == key; });
+    if (!m_positions.empty())
+    {
+        const auto found = m_positions.find(IndexKey(key));
+        return found == m_positions.end() ? m_entries.size() : found->second;
+    }
+    std::size_t i = 0;
+    while (i < m_entries.size() && !(m_entries[i].first == key))
+        ++i;
+    return i;
 }
 
 void CValueContainerBase::SetEntry(const CValue_Key& key, CValue* value)
@@ -116,28 +144,41 @@ void CValueContainerBase::SetEntry(const CValue_Key& key, CValue* value)
     std::unique_ptr<CValue> owned(value);
     if (!owned)
         TOLX_THROW("TOLX::CValueContainerBase::SetEntry", __LINE__, "No value given for key '%1'", key.ToString());
-    const auto found = Find(key);
-    if (found != m_entries.end())
-        found->second = std::move(owned);
-    else
-        m_entries.emplace_back(key, std::move(owned));
+    const std::size_t at = Position(key);
+    if (at != m_entries.size())
+    {
+        m_entries[at].second = std::move(owned);
+        return;
+    }
+    m_entries.emplace_back(key, std::move(owned));
+    if (!m_positions.empty())
+        m_positions.emplace(IndexKey(key), at);
+    else if (m_entries.size() == kIndexedFrom)
+        IndexEntries();
 }
 
 const CValue* CValueContainerBase::Entry(const CValue_Key& key) const
 {
-    const auto found = Find(key);
-    return found == m_entries.end() ? nullptr : found->second.get();
+    const std::size_t at = Position(key);
+    return at == m_entries.size() ? nullptr : m_entries[at].second.get();
 }
 
-bool CValueContainerBase::HasEntry(const CValue_Key& key) const { return Find(key) != m_entries.end(); }
+bool CValueContainerBase::HasEntry(const CValue_Key& key) const { return Position(key) != m_entries.size(); }
 
 bool CValueContainerBase::RemoveEntry(const CValue_Key& key)
 {
-    const auto found = Find(key);
-    if (found == m_entries.end())
+    const std::size_t at = Position(key);
+    if (at == m_entries.size())
         return false;
-    m_entries.erase(found);
+    m_entries.erase(m_entries.begin() + static_cast<std::ptrdiff_t>(at));
+    IndexEntries();
     return true;
+}
+
+void CValueContainerBase::Clear() noexcept
+{
+    m_entries.clear();
+    m_positions.clear();
 }
 
 std::vector<CValue_Key> CValueContainerBase::Keys() const

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <unordered_map>
 #include <vector>
 
 namespace TOLX
@@ -125,7 +126,7 @@ public:
     bool RemoveEntry(const CValue_Key& key);
     std::size_t Size() const noexcept { return m_entries.size(); }
     bool IsEmpty() const noexcept { return m_entries.empty(); }
-    void Clear() noexcept { m_entries.clear(); }
+    void Clear() noexcept;
     std::vector<CValue_Key> Keys() const;
     const_iterator begin() const noexcept { return m_entries.begin(); }
     const_iterator end() const noexcept { return m_entries.end(); }
@@ -137,10 +138,13 @@ protected:
     CValueContainerBase& operator=(const CValueContainerBase& other);
 
 private:
-    std::vector<KeyValue>::iterator Find(const CValue_Key& key);
-    std::vector<KeyValue>::const_iterator Find(const CValue_Key& key) const;
+    std::size_t Position(const CValue_Key& key) const;
+    void IndexEntries();
 
     std::vector<KeyValue> m_entries;
+    // Positions by key, kept for containers of many entries (a map of every
+    // object of a large image), so that finding a key does not scan them all.
+    std::unordered_map<std::string, std::size_t> m_positions;
 };
 
 class ZEBCORE_API CValueVector : public CValueContainerBase

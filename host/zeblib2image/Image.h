@@ -74,13 +74,21 @@ ZEBIMAGE_API extern const IImage::CType IMAGE_GREY_16;
 ZEBIMAGE_API extern const IImage::CType IMAGE_GREY_32;
 ZEBIMAGE_API extern const IImage::CType IMAGE_FLOAT_32;
 
-// A zero-filled, owning pixel buffer laid out x fastest, then y, then z.
+// A zero-filled, owning pixel buffer laid out x fastest, then y, then z; or
+// a view of pixels someone else owns.
 class ZEBIMAGE_API CImage : public IImage
 {
 public:
+    // A size whose bytes do not fit in memory's address range is refused
+    // with std::length_error, as the buffer's container refuses it.
     CImage(const IImage::CType& type, const CSize& size);
-    CImage(const CImage&) = default;
-    CImage& operator=(const CImage&) = default;
+    // A view: the pixels of type at data + x step.X() + y step.Y() + z step.Z()
+    // for the coordinates of size, owned by the caller, who keeps them alive
+    // and guarantees that they exist. Copies of a view are views of the same
+    // pixels.
+    CImage(const IImage::CType& type, const CSize& size, std::uint8_t* data, const CPos& step);
+    CImage(const CImage& other);
+    CImage& operator=(const CImage& other);
     ~CImage() override;
 
     const CType& Type() const override { return m_type; }
@@ -93,18 +101,20 @@ public:
     std::uint64_t GetPixel(int x, int y, int z) const;
     void SetPixel(int x, int y, int z, std::uint64_t value);
 
-    std::uint8_t* Data() noexcept { return m_pixels.data(); }
-    const std::uint8_t* Data() const noexcept { return m_pixels.data(); }
+    std::uint8_t* Data() noexcept { return m_data; }
+    const std::uint8_t* Data() const noexcept { return m_data; }
     // Byte strides in x, y and z.
-    CPos Step() const;
+    CPos Step() const { return m_step; }
 
 private:
-    std::size_t Offset(int x, int y, int z) const;
+    std::int64_t Offset(int x, int y, int z) const;
 
     CType m_type;
     int m_width;
     int m_height;
     int m_depth;
-    std::vector<std::uint8_t> m_pixels;
+    CPos m_step;
+    std::vector<std::uint8_t> m_pixels; // empty for a view
+    std::uint8_t* m_data;
 };
 } // namespace TOLX
