@@ -7,6 +7,8 @@
 #include "Numeric/helpers/HullPrint.h"
 #include "Numeric/helpers/HullSpans.h"
 #include "Numeric/helpers/HullState.h"
+#include "Numeric/helpers/RandomStream.h"
+#include "Numeric/helpers/nrSVD.h"
 #include "Numeric/helpers/RowScan.h"
 #include "zeblib2core/Throw.h"
 #include "zeblib2image/Image.h"
@@ -152,23 +154,41 @@ void CConvexHullComputer::addPoint(const CMatrix<double>& p)
     points.push_front(p);
 }
 
-bool CConvexHullComputer::areAffinelyIndependent(const CMatrix<double>& P)
+namespace
+{
+// The matrices of the affine independence test. One draw of start points
+// keeps them across its attempts; each test gives them the shapes and values
+// new zero matrices would get, so the results are the same.
+struct CIndependenceWork
+{
+    CMatrix<double> D, U, S, V;
+    CSvdWorkspace svd;
+};
+
+bool AffinelyIndependent(const CMatrix<double>& P, CIndependenceWork& w, double eps)
 {
     const std::size_t d = P.Rows();
     const std::size_t k = P.Cols();
-    // Without columns, k - 1 wraps: D and the singular values cannot exist.
-    CMatrix<double> D(d, k - 1);
+    // Without columns, k - 1 wraps: the singular values cannot exist.
+    w.D.Reshape(d, k - 1);
     for (std::size_t r = 0; r < d; ++r)
         for (std::size_t c = 1; c < k; ++c)
-            D(r, c - 1) = P(r, c) - P(r, 0);
-    CMatrix<double> U(d, k - 1);
-    CMatrix<double> S(k - 1, 1);
-    CMatrix<double> V(k - 1, k - 1);
-    CNumeric::Svd(D, U, S, V, false);
+            w.D(r, c - 1) = P(r, c) - P(r, 0);
+    w.U.Reshape(d, k - 1);
+    w.S.Reshape(k - 1, 1);
+    w.V.Reshape(k - 1, k - 1);
+    CNumeric::Svd(w.D, w.U, w.S, w.V, false, w.svd);
     for (std::size_t j = 0; j + 1 < k; ++j)
-        if (std::fabs(S(j, 0)) < eps)
+        if (std::fabs(w.S(j, 0)) < eps)
             return false;
     return true;
+}
+} // namespace
+
+bool CConvexHullComputer::areAffinelyIndependent(const CMatrix<double>& P)
+{
+    CIndependenceWork work;
+    return AffinelyIndependent(P, work, eps);
 }
 
 void CConvexHullComputer::getStartPoints(CMatrix<double>& S)
@@ -177,6 +197,14 @@ void CConvexHullComputer::getStartPoints(CMatrix<double>& S)
     // 32-bit like the count itself; the loop below stops one draw short of
     // the bound.
     const std::uint32_t attempts = 10u * n;
+    // Every attempt draws up to n values and may copy any point: the points
+    // are indexed once, and the draws run on a local copy of the generator.
+    std::vector<CMatrix<double>*> indexed;
+    indexed.reserve(points.size());
+    for (CMatrix<double>& q : points)
+        indexed.push_back(&q);
+    std::vector<std::size_t> chosen;
+    CIndependenceWork work;
     for (std::uint32_t attempt = 1; attempt < attempts; ++attempt)
     {
         if (n < dimSpace)
@@ -185,29 +213,30 @@ void CConvexHullComputer::getStartPoints(CMatrix<double>& S)
 
         // Selection sampling: index i is taken with probability
         // needed / (n - i), which makes every subset equally likely.
-        std::vector<std::size_t> chosen;
-        std::size_t needed = S.Cols();
-        for (std::uint32_t i = 0; needed > 0; ++i)
+        chosen.clear();
         {
-            const double r = Rand15() * (1.0 / 32768.0) * static_cast<double>(static_cast<std::uint32_t>(n - i));
-            if (r < static_cast<double>(needed))
+            Impl::CRand15Stream random;
+            std::size_t needed = S.Cols();
+            for (std::uint32_t i = 0; needed > 0; ++i)
             {
-                chosen.push_back(i);
-                --needed;
+                const double r =
+                    random.Next() * (1.0 / 32768.0) * static_cast<double>(static_cast<std::uint32_t>(n - i));
+                if (r < static_cast<double>(needed))
+                {
+                    chosen.push_back(i);
+                    --needed;
+                }
             }
         }
 
-        // The chosen indices ascend, so the walk can stop after the last one.
-        std::size_t column = 0;
-        std::size_t index = 0;
-        for (auto q = points.begin(); q != points.end() && column < chosen.size(); ++q, ++index)
-            if (isIn(index, chosen))
-            {
-                for (std::size_t r = 0; r < S.Rows(); ++r)
-                    S(r, column) = (*q)(r, 0);
-                ++column;
-            }
-        if (areAffinelyIndependent(S))
+        // The chosen indices ascend; those past the last point fill nothing.
+        for (std::size_t column = 0; column < chosen.size() && chosen[column] < indexed.size(); ++column)
+        {
+            CMatrix<double>& q = *indexed[chosen[column]];
+            for (std::size_t r = 0; r < S.Rows(); ++r)
+                S(r, column) = q(r, 0);
+        }
+        if (AffinelyIndependent(S, work, eps))
             return;
     }
     TOLX_THROW(kStartPoints, kLineAffineSubspace,

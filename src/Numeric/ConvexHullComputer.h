@@ -20,6 +20,12 @@ class IObject;
 // adding the point furthest above the most recently built facet that still has
 // points above it, until no point lies more than eps above any facet.
 //
+// eps = 1e-12 is absolute: with coordinates of about 1e4 and more, rounding
+// in the facet equations reaches that size, so facets may fail to build
+// ("Unable to construct a facet.", "...already inside the convex hull.") or
+// decide wrongly; callers with such coordinates translate (and scale) their
+// points towards the origin first and map the results back.
+//
 // Lists grow at the front, so results come in reverse order of creation. The
 // computer owns its facets; assignment copies the pointer lists, so after
 // a = b both computers refer to the same facet objects.

@@ -1,5 +1,7 @@
 #include "Numeric/Random.h"
 
+#include "Numeric/helpers/RandomStream.h"
+
 namespace TOLX
 {
 namespace
@@ -9,10 +11,18 @@ thread_local std::uint32_t state = 1;
 
 int Rand15() noexcept
 {
-    // Unsigned 32-bit arithmetic wraps by definition, so the sequence is exact.
-    state = state * 1103515245u + 12345u;
-    return static_cast<int>((state / 65536u) % 32768u);
+    return Impl::Rand15Step(state);
 }
 
 void SeedRand15(std::uint32_t seed) noexcept { state = seed; }
+
+namespace Impl
+{
+CRand15Stream::CRand15Stream() noexcept : m_state(state) {}
+
+CRand15Stream::~CRand15Stream()
+{
+    state = m_state;
+}
+} // namespace Impl
 } // namespace TOLX
