@@ -41,7 +41,7 @@ void Fill(TOLX::CImage& image, int x0, int y0, int x1, int y1, std::uint64_t lab
 TEST(VornAnalysis, SampleVolumeShapes)
 {
     vorn::CProgress progress = Quiet();
-    const TOLX::CImage volume = vorn::MakeSampleVolume(64); // every length halved
+    TOLX::CImage volume = vorn::MakeSampleVolume(64); // every length halved
     const vorn::AnalysisReport report = vorn::Analyze(volume, progress);
     EXPECT_EQ(report.dimension, 3);
     EXPECT_EQ(report.labels, 6);
@@ -91,8 +91,8 @@ TEST(VornAnalysis, PlaneObjectsAgainstClosedForms)
     Fill(image, 10, 6, 10, 8, 700);     // ... and a column of 3 below its left end
     image.SetPixel(17, 10, 0, 9);       // two pixels: no hull in the plane
     image.SetPixel(18, 11, 0, 9);
-    TOLX::CImage painted(TOLX::IMAGE_GREY_16, image.Size());
-    const vorn::AnalysisReport report = vorn::Analyze(image, progress, &painted);
+    const vorn::AnalysisReport report = vorn::Analyze(image, progress);
+    const TOLX::CImage& painted = image;
 
     EXPECT_EQ(report.dimension, 2);
     EXPECT_EQ(report.labels, 701);

@@ -126,8 +126,10 @@ double ObjectReport::Solidity() const
     return double(pixels) / double(hull.paintedPixels);
 }
 
-AnalysisReport Analyze(const TOLX::CImage& image, CProgress& progress, TOLX::CImage* paintInto)
+AnalysisReport Analyze(TOLX::CImage& image, CProgress& progress)
 {
+    TOLX::CImage painted(image.Type(), image.Size());
+    TOLX::CImage* const paintInto = &painted;
     AnalysisReport report;
     report.width = image.Width();
     report.height = image.Height();
@@ -169,7 +171,10 @@ AnalysisReport Analyze(const TOLX::CImage& image, CProgress& progress, TOLX::CIm
         report.objects[i].moments = std::move(maps[i]);
 
     if (report.objects.empty())
+    {
+        image = painted;
         return report;
+    }
     TOLX::CImage scratch(TOLX::IMAGE_GREY_8, image.Size());
     // A hull takes longer the larger its object, so progress counts pixels.
     std::int64_t allPixels = 0;
@@ -183,6 +188,7 @@ AnalysisReport Analyze(const TOLX::CImage& image, CProgress& progress, TOLX::CIm
         donePixels += object.pixels;
         pass.Advance(donePixels);
     }
+    image = painted;
     return report;
 }
 } // namespace vorn

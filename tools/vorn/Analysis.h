@@ -58,10 +58,10 @@ struct AnalysisReport
 };
 
 // Analyses every non-zero label of an 8-, 16- or 32-bit label image: moments of
-// all labels in one pass, then one hull per object. With paintInto (an image of
-// the same type and size) every object's hull is painted there in its label,
-// in ascending label order.
-AnalysisReport Analyze(const TOLX::CImage& image, CProgress& progress, TOLX::CImage* paintInto = nullptr);
+// all labels in one pass, then one hull per object. Afterwards the image holds
+// the painted hulls instead of the labels: every object's hull painted in its
+// label, in ascending label order, every other pixel 0.
+AnalysisReport Analyze(TOLX::CImage& image, CProgress& progress);
 
 // The most labels an image may use. Each takes a moment accumulator of about
 // 500 bytes whether or not it has pixels, and is visited by every per-label

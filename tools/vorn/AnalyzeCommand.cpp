@@ -9,7 +9,6 @@
 
 #include "zeblib2core/Exception.h"
 
-#include <memory>
 #include <new>
 
 #include <unistd.h>
@@ -36,15 +35,12 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
         CheckWritable(options.paint);
     const bool sample = options.image.empty();
     const std::string source = sample ? "built-in sample volume" : options.image;
-    const TOLX::CImage image = sample ? MakeSampleVolume() : ReadTiff(options.image, progress);
+    TOLX::CImage image = sample ? MakeSampleVolume() : ReadTiff(options.image, progress);
 
-    std::unique_ptr<TOLX::CImage> painted;
-    if (!options.paint.empty())
-        painted = std::make_unique<TOLX::CImage>(image.Type(), image.Size());
     AnalysisReport report;
     try
     {
-        report = Analyze(image, progress, painted.get());
+        report = Analyze(image, progress);
     }
     catch (const TOLX::CException& error)
     {
@@ -64,7 +60,7 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     else
         WriteAnalysisText(out, report, source, sample ? SampleLegend() : "");
     out.flush();
-    if (painted)
-        WriteTiff(options.paint, *painted, progress);
+    if (!options.paint.empty())
+        WriteTiff(options.paint, image, progress);
 }
 } // namespace vorn
