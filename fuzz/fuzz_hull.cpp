@@ -98,6 +98,26 @@ std::vector<Point> DecodePoints(FuzzInput& in, std::size_t d, bool grid)
     return points;
 }
 
+// Three distinct points on one line: a facet through them has no unique
+// normal, and the construction takes the one the decomposition offers.
+bool HasCollinearTriple(const std::vector<Point>& points)
+{
+    const std::size_t n = points.size();
+    for (std::size_t a = 0; a < n; ++a)
+        for (std::size_t b = a + 1; b < n; ++b)
+            for (std::size_t c = b + 1; c < n; ++c)
+            {
+                const Point& p = points[a];
+                const double u[3] = {points[b][0] - p[0], points[b][1] - p[1], points[b][2] - p[2]};
+                const double v[3] = {points[c][0] - p[0], points[c][1] - p[1], points[c][2] - p[2]};
+                const bool distinct = (u[0] != 0 || u[1] != 0 || u[2] != 0) && (v[0] != 0 || v[1] != 0 || v[2] != 0) &&
+                                      (u[0] != v[0] || u[1] != v[1] || u[2] != v[2]);
+                if (distinct && u[1] * v[2] == u[2] * v[1] && u[2] * v[0] == u[0] * v[2] && u[0] * v[1] == u[1] * v[0])
+                    return true;
+            }
+    return false;
+}
+
 // Small integer coordinates in the plane or in space. There a point is
 // either on a facet's plane or clearly (by more than 1e-6) off it, and the
 // rounding of the facet equations stays far below that, so every decision
@@ -105,6 +125,9 @@ std::vector<Point> DecodePoints(FuzzInput& in, std::size_t d, bool grid)
 // 1e-12 of the described algorithm can decide inconsistently: with points
 // 1e-11 apart beside points 100 apart, a facet through the close pair may
 // be built while a far vertex lies above its plane (see docs/robustness.md).
+// In space, three collinear points can make a facet whose normal is not
+// that of a plane through the hull's points, and the described construction
+// goes on from it (docs/robustness.md); such inputs are left out too.
 bool IsGrid(const std::vector<Point>& points, std::size_t d)
 {
     if (d > 3)
@@ -113,7 +136,7 @@ bool IsGrid(const std::vector<Point>& points, std::size_t d)
         for (double x : p)
             if (!(std::fabs(x) <= 64.0 && x == std::floor(x)))
                 return false;
-    return true;
+    return d == 2 || !HasCollinearTriple(points);
 }
 
 // Coordinates whose facet normals the published SVD routine computes without
