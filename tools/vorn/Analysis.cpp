@@ -85,23 +85,6 @@ private:
     std::streambuf* m_saved;
 };
 
-// The per-object maps of CObjectMoment, in ascending label order, each stripped
-// of the two entries CObjectMoment adds to the object's own CMoment map.
-std::vector<TOLX::CValueMap> ObjectMaps(const TOLX::CObjectMoment& moments)
-{
-    const TOLX::CValueMap all = moments;
-    std::vector<TOLX::CValueMap> maps;
-    for (const auto& entry : all)
-    {
-        if (entry.second->Type() != TOLX::VALUE_MAP)
-            continue;
-        maps.push_back(entry.second->Map());
-        maps.back().RemoveEntry("status");
-        maps.back().RemoveEntry("pixel");
-    }
-    return maps;
-}
-
 void FillMomentResults(const TOLX::CObjectMoment& moments, int dimension, ObjectReport& object)
 {
     const std::int64_t label = object.label;
@@ -117,6 +100,59 @@ void FillMomentResults(const TOLX::CObjectMoment& moments, int dimension, Object
     object.mainAxis = TOLX::CTriple<double>(axes(0, column), axes(1, column), dimension == 3 ? axes(2, column) : 0.0);
     object.excentricity = dimension == 2 ? moments.getExcentricity(label) : std::numeric_limits<double>::quiet_NaN();
 }
+// Sets every pixel to 0.
+template <class T>
+void Clear(TOLX::CImage& image)
+{
+    const TOLX::CPos step = image.Step();
+    for (int z = 0; z < image.Depth(); ++z)
+        for (int y = 0; y < image.Height(); ++y)
+        {
+            std::uint8_t* row = image.Data() + z * step.Z() + y * step.Y();
+            for (int x = 0; x < image.Width(); ++x)
+                StorePixel<T>(row + x * step.X(), T{0});
+        }
+}
+
+// The hull of every object, each from the pixels of its box in the box's
+// coordinates; the facet planes go to `planes`, object after object.
+void ComputeHulls(TOLX::CImage& image, AnalysisReport& report, std::vector<double>& planes, CProgress& progress)
+{
+    // A hull takes longer the larger its object, so progress counts pixels.
+    std::int64_t allPixels = 0;
+    for (const ObjectReport& object : report.objects)
+        allPixels += object.pixels;
+    CProgressPass pass(progress, "hulls", allPixels);
+    std::int64_t donePixels = 0;
+    for (ObjectReport& object : report.objects)
+    {
+        object.hull = HullOfObject(BoxView(image, object.box), report.dimension, object.label, planes);
+        donePixels += object.pixels;
+        pass.Advance(donePixels);
+    }
+}
+
+// Replaces the labels by the hulls, painted in ascending label order. Before
+// an object is painted no pixel holds its label (the image was cleared, and
+// only smaller labels were painted), so the pixels of its box that hold the
+// label afterwards are the pixels its hull painted.
+void PaintHulls(TOLX::CImage& image, AnalysisReport& report, const std::vector<double>& planes, CProgress& progress)
+{
+    WithPixelType(image.Type(), [&](auto element) { Clear<decltype(element)>(image); });
+    CProgressPass pass(progress, "painting", std::int64_t(report.objects.size()));
+    const double* next = planes.data();
+    std::int64_t done = 0;
+    for (ObjectReport& object : report.objects)
+    {
+        if (object.hull.available)
+        {
+            TOLX::CImage view = BoxView(image, object.box);
+            object.hull.paintedPixels = PaintHull(view, report.dimension, object.label, next, object.hull.facets);
+            next += object.hull.facets * std::size_t(report.dimension + 1);
+        }
+        pass.Advance(++done);
+    }
+}
 } // namespace
 
 double ObjectReport::Solidity() const
@@ -128,8 +164,6 @@ double ObjectReport::Solidity() const
 
 AnalysisReport Analyze(TOLX::CImage& image, CProgress& progress)
 {
-    TOLX::CImage painted(image.Type(), image.Size());
-    TOLX::CImage* const paintInto = &painted;
     AnalysisReport report;
     report.width = image.Width();
     report.height = image.Height();
@@ -141,54 +175,53 @@ AnalysisReport Analyze(TOLX::CImage& image, CProgress& progress)
         throw CToolError("the largest label is " + std::to_string(report.labels - 1) + "; vorn handles labels up to " +
                          std::to_string(MAX_LABELS - 1));
 
-    TOLX::CObjectMoment moments(report.labels, report.dimension);
+    auto moments = std::make_shared<TOLX::CObjectMoment>(report.labels, report.dimension);
     const LabelBox empty{std::numeric_limits<int>::max(), std::numeric_limits<int>::max(),
                          std::numeric_limits<int>::max(), -1, -1, -1};
     std::vector<LabelBox> boxes(static_cast<std::size_t>(report.labels), empty);
     WithPixelType(image.Type(), [&](auto element) {
-        AccumulateLabels<decltype(element)>(image, moments, boxes, progress);
+        AccumulateLabels<decltype(element)>(image, *moments, boxes, progress);
     });
     {
         CMutedStandardError muted;
-        moments.Compute();
+        moments->Compute();
     }
-    std::vector<TOLX::CValueMap> maps = ObjectMaps(moments);
-
     for (std::int64_t label = 1; label < report.labels; ++label)
     {
-        if (moments.Mass(label) <= 0.0)
+        if (moments->Mass(label) <= 0.0)
             continue;
         ObjectReport object;
         object.label = label;
-        object.pixels = static_cast<std::int64_t>(moments.Mass(label));
+        object.pixels = static_cast<std::int64_t>(moments->Mass(label));
         object.box = boxes[static_cast<std::size_t>(label)];
-        FillMomentResults(moments, report.dimension, object);
+        FillMomentResults(*moments, report.dimension, object);
         report.objects.push_back(std::move(object));
+    }
+    report.moments = std::move(moments);
+
+    std::vector<double> planes;
+    ComputeHulls(image, report, planes, progress);
+    PaintHulls(image, report, planes, progress);
+    return report;
+}
+
+std::vector<TOLX::CValueMap> ObjectMomentMaps(const AnalysisReport& report)
+{
+    // The per-label maps of CObjectMoment, in ascending label order, each
+    // stripped of the two entries CObjectMoment adds to the object's own
+    // CMoment map.
+    const TOLX::CValueMap all = *report.moments;
+    std::vector<TOLX::CValueMap> maps;
+    for (const auto& entry : all)
+    {
+        if (entry.second->Type() != TOLX::VALUE_MAP)
+            continue;
+        maps.push_back(entry.second->Map());
+        maps.back().RemoveEntry("status");
+        maps.back().RemoveEntry("pixel");
     }
     if (maps.size() != report.objects.size())
         throw std::logic_error("the moment map lists another number of objects than the moments");
-    for (std::size_t i = 0; i < maps.size(); ++i)
-        report.objects[i].moments = std::move(maps[i]);
-
-    if (report.objects.empty())
-    {
-        image = painted;
-        return report;
-    }
-    TOLX::CImage scratch(TOLX::IMAGE_GREY_8, image.Size());
-    // A hull takes longer the larger its object, so progress counts pixels.
-    std::int64_t allPixels = 0;
-    for (const ObjectReport& object : report.objects)
-        allPixels += object.pixels;
-    CProgressPass pass(progress, "hulls", allPixels);
-    std::int64_t donePixels = 0;
-    for (ObjectReport& object : report.objects)
-    {
-        object.hull = HullOfObject(image, report.dimension, object.label, object.box, scratch, paintInto);
-        donePixels += object.pixels;
-        pass.Advance(donePixels);
-    }
-    image = painted;
-    return report;
+    return maps;
 }
 } // namespace vorn

@@ -5,8 +5,14 @@
 #include "zeblib2image/Image.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
+
+namespace TOLX
+{
+class CObjectMoment;
+}
 
 namespace vorn
 {
@@ -18,11 +24,14 @@ struct LabelBox
     int xmin, ymin, zmin, xmax, ymax, zmax;
 };
 
-// What the hull of one object gave, or why there is none.
+// What the hull of one object gave, or why there is none. The hull is built
+// in coordinates local to the object's box, and so are its counts.
 struct HullReport
 {
     bool available = false;
-    std::string problem;           // why not available
+    // Why not available: "point", "line" or "flat" for an object whose
+    // pixels span less than the image's dimension, else the library's message.
+    std::string problem;
     std::size_t facets = 0;        // distinct facet planes
     std::size_t vertices = 0;      // distinct hull vertices
     std::int64_t paintedPixels = 0; // pixels whose centre lies in the hull
@@ -41,8 +50,6 @@ struct ObjectReport
     // Meaningful in 2-D only.
     double excentricity = 0;
     HullReport hull;
-    // The object's moment results as the host sees them.
-    TOLX::CValueMap moments;
 
     // Pixels ÷ pixels painted by the hull; NaN without a hull.
     double Solidity() const;
@@ -55,13 +62,22 @@ struct AnalysisReport
     int bitsPerPixel = 0;
     std::int64_t labels = 0; // largest label + 1
     std::vector<ObjectReport> objects; // ascending labels, only labels with pixels
+    // The moments of every label; ObjectMomentMaps renders them as the host
+    // sees them, which only a report that prints them needs.
+    std::shared_ptr<const TOLX::CObjectMoment> moments;
 };
 
 // Analyses every non-zero label of an 8-, 16- or 32-bit label image: moments of
 // all labels in one pass, then one hull per object. Afterwards the image holds
 // the painted hulls instead of the labels: every object's hull painted in its
-// label, in ascending label order, every other pixel 0.
+// label, in ascending label order, every other pixel 0. Besides the image,
+// it holds the labels' moments and the facet planes of the hulls, no copy
+// of the image.
 AnalysisReport Analyze(TOLX::CImage& image, CProgress& progress);
+
+// The moment value map of each object of a report that Analyze made, in the
+// order of its objects: the object's CMoment map as the host converts it.
+std::vector<TOLX::CValueMap> ObjectMomentMaps(const AnalysisReport& report);
 
 // The most labels an image may use. Each takes a moment accumulator of about
 // 500 bytes whether or not it has pixels, and is visited by every per-label

@@ -115,6 +115,8 @@ std::string AnalysisJson(const AnalysisReport& report, const std::string& source
     json.Integer(report.labels);
     json.Key("objects");
     json.BeginArray();
+    const std::vector<TOLX::CValueMap> maps = ObjectMomentMaps(report);
+    auto map = maps.begin();
     for (const ObjectReport& object : report.objects)
     {
         json.BeginObject();
@@ -156,7 +158,7 @@ std::string AnalysisJson(const AnalysisReport& report, const std::string& source
         json.Key("solidity");
         json.Number(object.Solidity());
         json.Key("moments");
-        WriteValue(json, object.moments);
+        WriteValue(json, *map++);
         json.EndObject();
     }
     json.EndArray();

@@ -1,65 +1,136 @@
 #include "ObjectHull.h"
 
+#include "AffineSpan.h"
 #include "PixelAccess.h"
 
 #include "Numeric/ConvexHullComputer.h"
 #include "zeblib2core/Exception.h"
 
+#include <algorithm>
+#include <random>
+
 namespace vorn
 {
 namespace
 {
-// Counts the pixels the hull painted into `scratch` within the box, copies
-// them into paintInto in the label, and clears them again.
+// The span of the first and last pixel of every row of the object, which is
+// the span of all its pixels; the scan stops once it fills the dimension.
 template <class T>
-std::int64_t CollectPainted(TOLX::CImage& scratch, TOLX::CImage* paintInto, const LabelBox& box, std::int64_t label)
+CAffineSpan RowEndSpan(const TOLX::CImage& view, T label, int dimension)
 {
-    const TOLX::CPos from = scratch.Step();
-    std::int64_t painted = 0;
-    for (int z = box.zmin; z <= box.zmax; ++z)
-        for (int y = box.ymin; y <= box.ymax; ++y)
+    CAffineSpan span;
+    const TOLX::CPos step = view.Step();
+    const int width = view.Width();
+    const auto matches = [&](const std::uint8_t* row, int x) { return LoadPixel<T>(row + x * step.X()) == label; };
+    for (int z = 0; z < view.Depth(); ++z)
+        for (int y = 0; y < view.Height(); ++y)
         {
-            std::uint8_t* row = scratch.Data() + z * from.Z() + y * from.Y();
-            std::uint8_t* out = nullptr;
-            if (paintInto)
-            {
-                const TOLX::CPos to = paintInto->Step();
-                out = paintInto->Data() + z * to.Z() + y * to.Y();
-            }
-            for (int x = box.xmin; x <= box.xmax; ++x)
-            {
-                if (row[x] == 0)
-                    continue;
-                ++painted;
-                row[x] = 0;
-                if (out)
-                    StorePixel<T>(out + x * sizeof(T), static_cast<T>(label));
-            }
+            const std::uint8_t* row = view.Data() + z * step.Z() + y * step.Y();
+            int first = 0;
+            while (first < width && !matches(row, first))
+                ++first;
+            if (first == width)
+                continue;
+            int last = width - 1;
+            while (!matches(row, last))
+                --last;
+            span.Add({first, y, z});
+            if (span.Add({last, y, z}) == dimension)
+                return span;
         }
-    return painted;
+    return span;
+}
+
+// The library draws its start simplex as random subsets of d + 1 points, each
+// draw taking time in proportion to the number of points, until a subset is
+// affinely independent. For an object that is all but flat (a plate with one
+// pixel off its plane) hardly any subset is, and the draws would take time
+// quadratic in the points. A few subsets drawn here and tested exactly tell
+// whether independent ones are common; the fixed seed makes an object always
+// take the same way.
+bool IndependentSubsetsAreCommon(const std::list<TOLX::CMatrix<double>>& points, int dimension)
+{
+    constexpr int SUBSETS = 64;
+    constexpr int ENOUGH = 4; // below this, independent subsets are likely rarer than 1 in 16
+    std::vector<const double*> indexed;
+    indexed.reserve(points.size());
+    for (const TOLX::CMatrix<double>& point : points)
+        indexed.push_back(point.Data());
+    std::mt19937 generator(1);
+    std::uniform_int_distribution<std::size_t> pick(0, indexed.size() - 1);
+    int independent = 0;
+    for (int subset = 0; subset < SUBSETS && independent < ENOUGH; ++subset)
+    {
+        // d + 1 distinct points, as the library draws them.
+        std::array<std::size_t, 4> chosen{};
+        CAffineSpan span;
+        for (int k = 0; k <= dimension; ++k)
+        {
+            do
+                chosen[k] = pick(generator);
+            while (std::find(chosen.begin(), chosen.begin() + k, chosen[k]) != chosen.begin() + k);
+            const double* p = indexed[chosen[k]];
+            span.Add({std::int64_t(p[0]), std::int64_t(p[1]), dimension == 3 ? std::int64_t(p[2]) : 0});
+        }
+        independent += span.Rank() == dimension;
+    }
+    return independent >= ENOUGH;
+}
+
+// The points that span the object, as the columns of a start simplex.
+TOLX::CMatrix<double> StartSimplex(const CAffineSpan& span, int dimension)
+{
+    TOLX::CMatrix<double> simplex(static_cast<std::size_t>(dimension), static_cast<std::size_t>(dimension) + 1);
+    for (int column = 0; column <= dimension; ++column)
+        for (int row = 0; row < dimension; ++row)
+            simplex(std::size_t(row), std::size_t(column)) = double(span.Basis()[column][row]);
+    return simplex;
+}
+
+template <class T>
+std::int64_t CountLabel(const TOLX::CImage& view, T label)
+{
+    const TOLX::CPos step = view.Step();
+    std::int64_t count = 0;
+    for (int z = 0; z < view.Depth(); ++z)
+        for (int y = 0; y < view.Height(); ++y)
+        {
+            const std::uint8_t* row = view.Data() + z * step.Z() + y * step.Y();
+            for (int x = 0; x < view.Width(); ++x)
+                count += LoadPixel<T>(row + x * step.X()) == label;
+        }
+    return count;
 }
 } // namespace
 
-HullReport HullOfObject(const TOLX::CImage& image, int dimension, std::int64_t label, const LabelBox& box,
-                        TOLX::CImage& scratch, TOLX::CImage* paintInto)
+TOLX::CImage BoxView(TOLX::CImage& image, const LabelBox& box)
+{
+    const TOLX::CPos step = image.Step();
+    std::uint8_t* const corner = image.Data() + box.xmin * step.X() + box.ymin * step.Y() + box.zmin * step.Z();
+    return TOLX::CImage(image.Type(),
+                        TOLX::CSize(box.xmax - box.xmin + 1, box.ymax - box.ymin + 1, box.zmax - box.zmin + 1), corner,
+                        step);
+}
+
+HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>& planes)
 {
     HullReport report;
-    TOLX::CConvexHullComputer hull(static_cast<std::size_t>(dimension), "vorn object hull", nullptr);
-    // Only the object's box is scanned; the loader takes exclusive upper ends.
-    hull.loadPointsFromImageBox(image, static_cast<std::size_t>(label), box.xmin, box.ymin, box.zmin, box.xmax + 1,
-                                box.ymax + 1, box.zmax + 1);
-    const std::size_t points = hull.getPoints().size();
-    // With exactly d points the start-point draw would complete its simplex
-    // with a point that is not the object's, so the hull is not even tried.
-    if (points < std::size_t(dimension) + 1)
+    const CAffineSpan span = WithPixelType(view.Type(), [&](auto element) {
+        return RowEndSpan(view, static_cast<decltype(element)>(label), dimension);
+    });
+    if (span.Rank() < dimension)
     {
-        report.problem = std::to_string(points) + (points == 1 ? " point" : " points") + "; a " +
-                         std::to_string(dimension) + "-D hull needs at least " + std::to_string(dimension + 1);
+        report.problem = DegenerateShapeName(span.Rank());
         return report;
     }
+    TOLX::CConvexHullComputer hull(static_cast<std::size_t>(dimension), "vorn object hull", nullptr);
+    hull.loadPointsFromImage(view, static_cast<std::size_t>(label));
     try
     {
-        hull.compute();
+        if (IndependentSubsetsAreCommon(hull.getPoints(), dimension))
+            hull.compute();
+        else
+            hull.compute(StartSimplex(span, dimension));
     }
     catch (const TOLX::CException& error)
     {
@@ -69,11 +140,33 @@ HullReport HullOfObject(const TOLX::CImage& image, int dimension, std::int64_t l
     report.available = true;
     report.facets = hull.getA().size();
     report.vertices = hull.getVertices().size();
-    const TOLX::CConvexHullComputer::CBox paintBox{box.xmin, box.ymin, box.zmin, box.xmax, box.ymax, box.zmax};
-    hull.paintConvexHullToImage(scratch, paintBox, 1);
-    report.paintedPixels = WithPixelType(image.Type(), [&](auto element) {
-        return CollectPainted<decltype(element)>(scratch, paintInto, box, label);
-    });
+    auto offset = hull.getb().begin();
+    for (const TOLX::CMatrix<double>& normal : hull.getA())
+    {
+        planes.insert(planes.end(), normal.Data(), normal.Data() + dimension);
+        planes.push_back(*offset++);
+    }
     return report;
+}
+
+std::int64_t PaintHull(TOLX::CImage& view, int dimension, std::int64_t label, const double* planes,
+                       std::size_t facets)
+{
+    // A computer that holds nothing but the equations paints as the one that
+    // built them.
+    TOLX::CConvexHullComputer hull(static_cast<std::size_t>(dimension), "vorn painted hull", nullptr);
+    for (std::size_t f = 0; f < facets; ++f)
+    {
+        const double* plane = planes + f * (std::size_t(dimension) + 1);
+        TOLX::CMatrix<double> normal(1, std::size_t(dimension));
+        std::copy(plane, plane + dimension, normal.Data());
+        hull.getA().push_back(normal);
+        hull.getb().push_back(plane[dimension]);
+    }
+    hull.paintConvexHullToImage(view, {0, 0, 0, view.Width() - 1, view.Height() - 1, view.Depth() - 1},
+                                static_cast<std::size_t>(label));
+    return WithPixelType(view.Type(), [&](auto element) {
+        return CountLabel(view, static_cast<decltype(element)>(label));
+    });
 }
 } // namespace vorn

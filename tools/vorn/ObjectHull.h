@@ -2,12 +2,27 @@
 
 #include "Analysis.h"
 
+#include <vector>
+
 namespace vorn
 {
-// Builds the convex hull of one labelled object of `image` (all pixels equal to
-// `label`, all inside `box`) in the image's dimension, counts the pixels it
-// paints and, with paintInto, paints them there in the label. `scratch` is an
-// all-zero 8-bit image of the same size; it is all zero again on return.
-HullReport HullOfObject(const TOLX::CImage& image, int dimension, std::int64_t label, const LabelBox& box,
-                        TOLX::CImage& scratch, TOLX::CImage* paintInto);
+// The pixels of `box` in `image`, as an image of the box's size that shares
+// them. An object's coordinates in the view of its box are small wherever the
+// box lies, which keeps the hull's absolute tolerance (1e-12) meaningful: at
+// coordinates of 1e4 and more, the rounding of a facet equation reaches it.
+TOLX::CImage BoxView(TOLX::CImage& image, const LabelBox& box);
+
+// The hull of the object `label` of `view` (the view of the object's box), in
+// the view's coordinates. An object whose pixels span less than the
+// dimension, which the row-end pixels decide exactly, gets no hull and the
+// problem "point", "line" or "flat". The facet planes of a hull are appended
+// to `planes`, `dimension` + 1 numbers each: the unit outward normal, then
+// the offset (normal . x <= offset inside).
+HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>& planes);
+
+// Paints the hull of `facets` planes (laid out as HullOfObject appends them)
+// into `view` in the label, every pixel whose centre is inside, and returns
+// how many pixels of the view hold the label afterwards.
+std::int64_t PaintHull(TOLX::CImage& view, int dimension, std::int64_t label, const double* planes,
+                       std::size_t facets);
 } // namespace vorn
