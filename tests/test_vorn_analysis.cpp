@@ -11,7 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <array>
 #include <cstdio>
+#include <functional>
 #include <tuple>
 
 using vorn::ObjectReport;
@@ -150,6 +152,93 @@ TEST(VornAnalysis, PlaneObjectsAgainstClosedForms)
             wrong += painted.GetPixel(x, y, 0) != expected;
         }
     EXPECT_EQ(wrong, 0);
+}
+
+// Objects whose pixels span less than the image's dimension, told apart
+// exactly, beside objects that just reach it.
+TEST(VornAnalysis, ObjectsThatSpanLessThanTheDimensionHaveNoHull)
+{
+    std::vector<std::array<int, 3>> diagonalPlane, tetrahedron;
+    for (int z = 0; z < 4; ++z)
+        for (int y = 0; y < 4; ++y)
+            for (int x = 0; x < 4; ++x)
+                if (x + y + z == 4)
+                    diagonalPlane.push_back({x, y, z});
+    tetrahedron = diagonalPlane;
+    tetrahedron.push_back({0, 0, 0});
+    struct Case
+    {
+        int depth;
+        std::vector<std::array<int, 3>> pixels;
+        const char* problem; // empty: a hull
+    };
+    const Case cases[] = {
+        {1, {{5, 5, 0}}, "point"},
+        {1, {{1, 2, 0}, {2, 3, 0}, {3, 4, 0}, {4, 5, 0}}, "line"},
+        {1, {{1, 1, 0}, {2, 1, 0}, {1, 2, 0}}, ""},
+        {4, {{2, 2, 1}}, "point"},
+        {4, {{1, 1, 0}, {3, 3, 3}}, "line"},
+        {4, {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}, {3, 3, 3}}, "line"},
+        {4, diagonalPlane, "flat"},
+        {4, tetrahedron, ""},
+    };
+    for (const Case& c : cases)
+    {
+        vorn::CProgress progress = Quiet();
+        TOLX::CImage image(TOLX::IMAGE_GREY_8, TOLX::CSize(6, 6, c.depth));
+        for (const auto& p : c.pixels)
+            image.SetPixel(p[0], p[1], p[2], 7);
+        const vorn::AnalysisReport report = vorn::Analyze(image, progress);
+        ASSERT_EQ(report.objects.size(), 1u);
+        EXPECT_EQ(report.objects[0].hull.problem, c.problem) << c.pixels.size() << " pixels, depth " << c.depth;
+        EXPECT_EQ(report.objects[0].hull.available, *c.problem == '\0');
+    }
+}
+
+// Far from the origin the hulls are those of the same objects near it, and
+// the painted pixels are the lattice points of the true hull: a 5 x 4 x 3
+// box, the pixels with x + y + z <= 4 (C(7, 3) = 35 of them, a tetrahedron),
+// the L of the plane test (its triangle holds 10), and a 64 x 64 plate with
+// one pixel off its plane, whose random start simplices are almost never
+// independent.
+TEST(VornAnalysis, HullsDoNotDependOnWhereObjectsLie)
+{
+    struct Case
+    {
+        int width, height, depth;
+        std::function<bool(int, int, int)> inObject;
+        std::size_t facets;
+        std::int64_t painted;
+    };
+    const Case cases[] = {
+        {6, 5, 4, [](int x, int y, int z) { return x < 5 && y < 4 && z < 3; }, 6, 60},
+        {6, 5, 6, [](int x, int y, int z) { return x + y + z <= 4; }, 4, 35},
+        {5, 5, 1, [](int x, int y, int) { return (y == 0 && x < 4) || (x == 0 && y < 4); }, 3, 10},
+        {2, 64, 64, [](int x, int y, int z) { return x == 0 || (y == 20 && z == 30); }, 5, 4097},
+    };
+    for (const Case& c : cases)
+    {
+        std::vector<vorn::HullReport> hulls;
+        for (const int offset : {0, c.depth > 1 ? 25000 : 40000})
+        {
+            vorn::CProgress progress = Quiet();
+            TOLX::CImage image(TOLX::IMAGE_GREY_8, TOLX::CSize(offset + c.width, c.height, c.depth));
+            for (int z = 0; z < c.depth; ++z)
+                for (int y = 0; y < c.height; ++y)
+                    for (int x = 0; x < c.width; ++x)
+                        if (c.inObject(x, y, z))
+                            image.SetPixel(offset + x, y, z, 1);
+            TOLX::SeedRand15(1); // the same start simplex at both places
+            const vorn::AnalysisReport report = vorn::Analyze(image, progress);
+            ASSERT_EQ(report.objects.size(), 1u);
+            hulls.push_back(report.objects[0].hull);
+            SCOPED_TRACE("offset " + std::to_string(offset) + ", " + std::to_string(report.objects[0].pixels) + " pixels");
+            ASSERT_TRUE(hulls.back().available) << hulls.back().problem;
+            EXPECT_EQ(hulls.back().facets, c.facets);
+            EXPECT_EQ(hulls.back().paintedPixels, c.painted);
+        }
+        EXPECT_EQ(hulls[0].vertices, hulls[1].vertices);
+    }
 }
 
 TEST(VornAnalysis, MomentMapsAreTheObjectsOwn)
