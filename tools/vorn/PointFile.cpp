@@ -1,5 +1,6 @@
 #include "PointFile.h"
 
+#include "Quote.h"
 #include "ToolError.h"
 
 #include <cmath>
@@ -11,21 +12,50 @@ namespace
 {
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
 
-// Converts one whole field; strtod alone would accept "1.5abc" as 1.5.
+// Converts one whole field; strtod alone would accept "1.5abc" (or "1.5",
+// a NUL byte and more) as 1.5.
 bool ParseField(const std::string& field, double& value, std::string& error)
 {
     char* end = nullptr;
     value = std::strtod(field.c_str(), &end);
-    if (end == field.c_str() || *end != '\0')
+    if (end == field.c_str() || end != field.c_str() + field.size())
     {
-        error = "'" + field + "' is not a number";
+        error = Quoted(field) + " is not a number";
         return false;
     }
     if (!std::isfinite(value))
     {
-        error = "'" + field + "' is not a finite number";
+        error = Quoted(field) + " is not a finite number";
         return false;
     }
+    if (std::fabs(value) > MAX_COORDINATE)
+    {
+        error = Quoted(field) + " is too large (vorn takes numbers up to 1e300 in magnitude)";
+        return false;
+    }
+    return true;
+}
+
+// Reads line `number`, without its end, into `line`; false at the end of the
+// input or on a read error. `buffer` holds MAX_LINE_BYTES + 1 bytes: a longer
+// line is an error, as istream::getline stops when the buffer is full and
+// says so with the fail bit.
+bool ReadLine(std::istream& in, std::vector<char>& buffer, std::string& line, const std::string& source,
+              std::size_t number)
+{
+    in.getline(buffer.data(), std::streamsize(buffer.size()));
+    const std::size_t extracted = static_cast<std::size_t>(in.gcount());
+    if (in.eof())
+    {
+        line.assign(buffer.data(), extracted);
+        return extracted > 0;
+    }
+    if (in.bad())
+        return false;
+    if (in.fail())
+        throw CToolError(source + ":" + std::to_string(number) + ": line longer than " +
+                         std::to_string(MAX_LINE_BYTES) + " bytes");
+    line.assign(buffer.data(), extracted - 1); // without the line end
     return true;
 }
 } // namespace
@@ -78,11 +108,12 @@ bool ParseNumbers(const std::string& line, std::vector<double>& numbers, std::st
 PointSet ReadPoints(std::istream& in, const std::string& source)
 {
     PointSet points;
+    std::vector<char> buffer(MAX_LINE_BYTES + 1);
     std::string line;
     std::vector<double> numbers;
     std::string error;
     std::size_t lineNumber = 0;
-    while (std::getline(in, line))
+    while (ReadLine(in, buffer, line, source, lineNumber + 1))
     {
         ++lineNumber;
         const std::size_t first = line.find_first_not_of(" \t\r\v\f");
@@ -93,9 +124,13 @@ PointSet ReadPoints(std::istream& in, const std::string& source)
             throw CToolError(where + error);
         if (points.dimension == 0)
         {
-            if (numbers.size() < 2)
-                throw CToolError(where + "a point needs at least 2 coordinates, found " +
-                                 std::to_string(numbers.size()));
+            if (numbers.size() < MIN_DIMENSION)
+                throw CToolError(where + "a point needs at least " + std::to_string(MIN_DIMENSION) +
+                                 " coordinates, found " + std::to_string(numbers.size()));
+            if (numbers.size() > MAX_DIMENSION)
+                throw CToolError(where + std::to_string(numbers.size()) + " coordinates; vorn hull handles " +
+                                 std::to_string(MIN_DIMENSION) + " to " + std::to_string(MAX_DIMENSION) +
+                                 " dimensions");
             points.dimension = numbers.size();
         }
         else if (numbers.size() != points.dimension)
