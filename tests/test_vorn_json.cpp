@@ -39,12 +39,28 @@ TEST(VornJson, NonFiniteNumbersBecomeNull)
     EXPECT_EQ(text, "[null, null, null, 2]\n");
 }
 
-TEST(VornJson, StringsAreEscaped)
+TEST(VornJson, AnyBytesMakeAValidString)
 {
-    std::string text;
-    CJsonWriter json(text);
-    json.String("a\"b\\c\nd\te\x01" "f/\xc3\xa9");
-    EXPECT_EQ(text, "\"a\\\"b\\\\c\\nd\\te\\u0001f/\xc3\xa9\"");
+    // Bytes, and the JSON string they give: escapes for quotes, backslashes
+    // and control characters, well-formed UTF-8 as it is, and U+FFFD for each
+    // byte outside a well-formed sequence (Unicode's table of well-formed
+    // byte sequences: no overlong forms, surrogates or code points above
+    // U+10FFFF).
+    const std::pair<std::string, std::string> cases[] = {
+        {"a\"b\\c/", "a\\\"b\\\\c/"},
+        {"\n\t\r\x01\x1f\x7f", "\\n\\t\\r\\u0001\\u001f\x7f"},
+        {"\xc3\xa9 \xe2\x82\xac \xf0\x9d\x84\x9e \xf4\x8f\xbf\xbf", "\xc3\xa9 \xe2\x82\xac \xf0\x9d\x84\x9e \xf4\x8f\xbf\xbf"},
+        {"\xff\x80x", "\\ufffd\\ufffdx"},
+        {"\xe2\x82" "A\xc3", "\\ufffd\\ufffdA\\ufffd"},
+        {"\xc0\xaf\xe0\x9f\xbf", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"},
+        {"\xed\xa0\x80\xf4\x90\x80\x80", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"},
+    };
+    for (const auto& c : cases)
+    {
+        std::string text;
+        CJsonWriter(text).String(c.first);
+        EXPECT_EQ(text, "\"" + c.second + "\"") << c.first;
+    }
 }
 
 TEST(VornJson, LayoutIndentsBlocksAndKeepsInlinedContainersOnOneLine)

@@ -6,6 +6,42 @@
 
 namespace vorn
 {
+namespace
+{
+// The length of the well-formed UTF-8 sequence that starts `text` with a
+// byte of 0x80 or more, or 0 when there is none: no overlong forms, no
+// surrogates, nothing beyond U+10FFFF.
+std::size_t Utf8SequenceLength(std::string_view text)
+{
+    const unsigned char lead = static_cast<unsigned char>(text[0]);
+    std::size_t length = 0;
+    unsigned char low = 0x80, high = 0xbf; // the range of the second byte
+    if (lead >= 0xc2 && lead <= 0xdf)
+        length = 2;
+    else if (lead >= 0xe0 && lead <= 0xef)
+    {
+        length = 3;
+        low = lead == 0xe0 ? 0xa0 : 0x80;
+        high = lead == 0xed ? 0x9f : 0xbf;
+    }
+    else if (lead >= 0xf0 && lead <= 0xf4)
+    {
+        length = 4;
+        low = lead == 0xf0 ? 0x90 : 0x80;
+        high = lead == 0xf4 ? 0x8f : 0xbf;
+    }
+    if (length == 0 || text.size() < length)
+        return 0;
+    for (std::size_t i = 1; i < length; ++i)
+    {
+        const unsigned char byte = static_cast<unsigned char>(text[i]);
+        if (byte < (i == 1 ? low : 0x80) || byte > (i == 1 ? high : 0xbf))
+            return 0;
+    }
+    return length;
+}
+} // namespace
+
 std::string FormatNumber(double value)
 {
     char buffer[32];
@@ -86,12 +122,31 @@ void CJsonWriter::Integer(std::int64_t value)
     m_out += std::to_string(value);
 }
 
+// Any bytes give a valid JSON string: control characters are escaped, valid
+// UTF-8 passes through, and every byte that is not part of a valid sequence
+// (a file name in another encoding, say) becomes U+FFFD.
 void CJsonWriter::String(std::string_view text)
 {
     BeforeValue();
     m_out += '"';
-    for (const char c : text)
+    for (std::size_t i = 0; i < text.size();)
     {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c >= 0x80)
+        {
+            const std::size_t length = Utf8SequenceLength(text.substr(i));
+            if (length == 0)
+            {
+                m_out += "\\ufffd";
+                ++i;
+            }
+            else
+            {
+                m_out += text.substr(i, length);
+                i += length;
+            }
+            continue;
+        }
         switch (c)
         {
         case '"': m_out += "\\\""; break;
@@ -100,15 +155,16 @@ void CJsonWriter::String(std::string_view text)
         case '\r': m_out += "\\r"; break;
         case '\t': m_out += "\\t"; break;
         default:
-            if (static_cast<unsigned char>(c) < 0x20)
+            if (c < 0x20)
             {
                 char escaped[8];
                 std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(c));
                 m_out += escaped;
             }
             else
-                m_out += c;
+                m_out += static_cast<char>(c);
         }
+        ++i;
     }
     m_out += '"';
 }

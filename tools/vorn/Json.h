@@ -32,6 +32,8 @@ public:
     // NaN and the infinities are written as null.
     void Number(double value);
     void Integer(std::int64_t value);
+    // Any bytes: control characters escaped, valid UTF-8 as it is, every
+    // other byte as U+FFFD.
     void String(std::string_view text);
     void Bool(bool value);
     void Null();
