@@ -100,6 +100,7 @@ void FillMomentResults(const TOLX::CObjectMoment& moments, int dimension, Object
     object.mainAxis = TOLX::CTriple<double>(axes(0, column), axes(1, column), dimension == 3 ? axes(2, column) : 0.0);
     object.excentricity = dimension == 2 ? moments.getExcentricity(label) : std::numeric_limits<double>::quiet_NaN();
 }
+
 // Sets every pixel to 0.
 template <class T>
 void Clear(TOLX::CImage& image)
