@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Format.h"
+#include "InputFile.h"
 #include "PointFile.h"
 #include "ToolError.h"
 
@@ -9,9 +10,6 @@
 #include "zeblib2core/Exception.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <list>
 
 namespace vorn
@@ -63,9 +61,7 @@ void RunHull(const HullOptions& options, std::istream& standardInput, std::ostre
         points = ReadPoints(standardInput, source);
     else
     {
-        std::ifstream file(options.file);
-        if (!file)
-            throw CToolError(source + ": cannot open: " + std::strerror(errno));
+        CInputStream file(options.file);
         points = ReadPoints(file, source);
     }
     const std::size_t d = points.dimension;
