@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <string>
 
 #include <sys/mman.h>
@@ -53,10 +54,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     vorn::CProgress quiet(stderr, false, std::chrono::milliseconds(0));
     try
     {
-        const TOLX::CImage image =
+        const std::unique_ptr<TOLX::CImage> image =
             vorn::ReadTiff(vorn::CInputFile::Open(MemoryFilePath()), {LIMIT, "the fuzzer's limit"}, quiet);
-        const std::uint64_t bytes = std::uint64_t(image.Width()) * std::uint64_t(image.Height()) *
-                                    std::uint64_t(image.Depth()) * std::uint64_t(image.Type().BytesPerPixel());
+        const std::uint64_t bytes = std::uint64_t(image->Width()) * std::uint64_t(image->Height()) *
+                                    std::uint64_t(image->Depth()) * std::uint64_t(image->Type().BytesPerPixel());
         if (bytes > LIMIT)
             std::abort();
     }

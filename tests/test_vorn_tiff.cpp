@@ -34,7 +34,7 @@ protected:
 
     TOLX::CImage Read(const std::string& path, std::uint64_t limit = std::uint64_t{1} << 40)
     {
-        return vorn::ReadTiff(vorn::CInputFile::Open(path), {limit, "the test's limit"}, m_progress);
+        return *vorn::ReadTiff(vorn::CInputFile::Open(path), {limit, "the test's limit"}, m_progress);
     }
 
     // The message of the CToolError that reading `path` throws, and what was

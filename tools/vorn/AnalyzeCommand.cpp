@@ -12,6 +12,7 @@
 
 #include "zeblib2core/Exception.h"
 
+#include <memory>
 #include <new>
 #include <optional>
 
@@ -35,13 +36,14 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     const std::string source = sample ? "built-in sample volume" : options.image;
     const std::string quotedSource = sample ? source : QuotedName(source);
     const std::uint64_t budget = options.maxMemory ? options.maxMemory : DefaultMemoryBudget();
-    TOLX::CImage image = sample ? MakeSampleVolume()
-                                : ReadTiff(std::move(*input), ImageLimitOf(budget, options.maxMemory != 0), progress);
+    const std::unique_ptr<TOLX::CImage> image =
+        sample ? std::make_unique<TOLX::CImage>(MakeSampleVolume())
+               : ReadTiff(std::move(*input), ImageLimitOf(budget, options.maxMemory != 0), progress);
 
     AnalysisReport report;
     try
     {
-        report = Analyze(image, progress);
+        report = Analyze(*image, progress);
     }
     catch (const TOLX::CException& error)
     {
@@ -62,6 +64,6 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
         WriteAnalysisText(out, report, source, sample ? SampleLegend() : "");
     out.flush();
     if (!options.paint.empty())
-        WriteTiff(options.paint, image, progress);
+        WriteTiff(options.paint, *image, progress);
 }
 } // namespace vorn

@@ -39,7 +39,7 @@ namespace
 } // namespace
 
 void RequireTiff(const std::string& path) { NoTiff(path); }
-TOLX::CImage ReadTiff(CInputFile file, const ImageMemoryLimit&, CProgress&) { NoTiff(file.Path()); }
+std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit&, CProgress&) { NoTiff(file.Path()); }
 void WriteTiff(const std::string& path, const TOLX::CImage&, CProgress&) { NoTiff(path); }
 
 #else
@@ -319,7 +319,7 @@ TiffHandle OpenForReading(CInputFile& file, const ImageMemoryLimit& limit)
 }
 } // namespace
 
-TOLX::CImage ReadTiff(CInputFile file, const ImageMemoryLimit& limit, CProgress& progress)
+std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit& limit, CProgress& progress)
 {
     QuietLibrary();
     const std::string path = file.Path();
@@ -370,8 +370,8 @@ TOLX::CImage ReadTiff(CInputFile file, const ImageMemoryLimit& limit, CProgress&
     const int depth = static_cast<int>(pages);
     try
     {
-        TOLX::CImage image(TypeOfBits(first.bits), TOLX::CSize(width, height, depth));
-        const std::int64_t pageStep = image.Step().Z();
+        auto image = std::make_unique<TOLX::CImage>(TypeOfBits(first.bits), TOLX::CSize(width, height, depth));
+        const std::int64_t pageStep = image->Step().Z();
         CProgressPass pass(progress, "reading", depth);
         // Back to the first page once, then forward page by page: setting each
         // directory by number would walk the chain from the start every time.
@@ -387,7 +387,7 @@ TOLX::CImage ReadTiff(CInputFile file, const ImageMemoryLimit& limit, CProgress&
             if (page.width != first.width || page.height != first.height || page.bits != first.bits ||
                 page.workBytes > workBytes)
                 throw CToolError(where + "changed while vorn was reading the file");
-            ReadPage(tif.get(), page, image.Data() + z * pageStep, where);
+            ReadPage(tif.get(), page, image->Data() + z * pageStep, where);
             pass.Advance(z + 1);
         }
         return image;

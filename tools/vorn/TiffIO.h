@@ -3,6 +3,7 @@
 #include "InputFile.h"
 #include "zeblib2image/Image.h"
 
+#include <memory>
 #include <string>
 
 namespace vorn
@@ -25,8 +26,9 @@ void RequireTiff(const std::string& path);
 // every page is checked: its data must lie inside the file and be able to
 // decode to the page's size, and the image with the buffers that reading it
 // needs must stay within `limit`. Every problem is a CToolError whose one line
-// names the file and the page.
-TOLX::CImage ReadTiff(CInputFile file, const ImageMemoryLimit& limit, CProgress& progress);
+// names the file and the page. The image comes on the heap: CImage has no move
+// constructor, and one copy of a large image would double what reading takes.
+std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit& limit, CProgress& progress);
 
 // Writes a grey or label image as one page per z slice. The file at `path` is
 // replaced only once the new one is complete (see COutputFile).
