@@ -34,18 +34,20 @@ CInputFile::CInputFile(std::string path, int descriptor) : m_path(std::move(path
 
 CInputFile CInputFile::Open(const std::string& path)
 {
+    const auto failure = [&path] { return CToolError(QuotedName(path) + ": cannot open: " + std::strerror(errno)); };
     const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (descriptor < 0)
-        throw CToolError(QuotedName(path) + ": cannot open: " + std::strerror(errno));
+        throw failure();
     CInputFile file(path, descriptor);
     struct stat status;
     if (fstat(descriptor, &status) != 0)
-        throw CToolError(QuotedName(path) + ": cannot open: " + std::strerror(errno));
+        throw failure();
     if (!S_ISREG(status.st_mode))
         throw CToolError(QuotedName(path) + ": is " + FileKind(status.st_mode) + ", not a regular file");
-    // Reads of a regular file do not wait anyway; the flag only kept the open
-    // from waiting, and readers should not see EAGAIN.
-    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+    // The flag was for the open only; reads of a regular file wait for the disk.
+    const int flags = fcntl(descriptor, F_GETFL);
+    if (flags < 0 || fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) != 0)
+        throw failure();
     file.m_size = static_cast<std::uint64_t>(status.st_size);
     file.m_device = status.st_dev;
     file.m_inode = status.st_ino;
