@@ -145,6 +145,15 @@ struct HandPage
     std::vector<std::pair<std::uint32_t, std::uint32_t>> strips; // offset into the file and byte count
 };
 
+// PackBits data of `bytes` zeros (a multiple of 128): runs of 128 in two bytes.
+inline std::string ZeroRuns(std::size_t bytes)
+{
+    std::string runs;
+    for (std::size_t i = 0; i < bytes / 128; ++i)
+        runs += std::string("\x81\0", 2);
+    return runs;
+}
+
 // A little-endian classic TIFF: the header, `data` from offset 8 on, then one
 // directory per page with its strip lists after it.
 inline std::string HandMadeTiff(const std::vector<HandPage>& pages, const std::string& data)

@@ -4,6 +4,7 @@
 
 #include "CaptureStderr.h"
 #include "JsonReader.h"
+#include "MemoryBudget.h"
 #ifdef VORN_HAVE_TIFF
 #include "VornTiffFiles.h"
 #endif
@@ -499,10 +500,8 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
     std::ofstream(square, std::ios::binary) << vorntest::HandMadeTiff(
         {{46341, 46341, 8, COMPRESSION_NONE, 46341, {{8, 12}}}}, std::string(12, '\0'));
     // 100000 pages of 4096 x 4096 pixels (16 MiB) that all decode from the same
-    // 256 KiB of PackBits runs (128 zeros in two bytes each).
-    std::string runs;
-    for (int i = 0; i < 4096 * 4096 / 128; ++i)
-        runs += std::string("\x81\0", 2);
+    // 256 KiB of PackBits runs.
+    const std::string runs = vorntest::ZeroRuns(4096 * 4096);
     const vorntest::HandPage packed{4096, 4096, 8, COMPRESSION_PACKBITS, 0, {{8, std::uint32_t(runs.size())}}};
     std::ofstream(stack, std::ios::binary) << vorntest::HandMadeTiff(std::vector<vorntest::HandPage>(100000, packed), runs);
     const std::string before = Slurp(image);
@@ -567,6 +566,25 @@ TEST_F(VornCli, TiffNeedsLibtiff)
     });
 }
 #endif
+
+TEST(VornMemorySize, WholeBytesOrPowersOf1024)
+{
+    const std::pair<std::string, std::uint64_t> sizes[] = {
+        {"1073741824", 1073741824}, {"512M", 536870912}, {"2G", 2147483648}, {"3k", 3072}, {"1T", 1099511627776}};
+    for (const auto& [text, bytes] : sizes)
+    {
+        std::uint64_t parsed = 0;
+        EXPECT_TRUE(vorn::ParseMemorySize(text, parsed)) << text;
+        EXPECT_EQ(parsed, bytes) << text;
+    }
+    // 2^64 bytes, and 2^24 TiB = 2^64 bytes, do not fit.
+    for (const std::string text : {"", "0", "0G", "G", "1.5G", "2 G", "2GB", "-1", "18446744073709551616", "16777216T"})
+    {
+        std::uint64_t parsed = 7;
+        EXPECT_FALSE(vorn::ParseMemorySize(text, parsed)) << text;
+        EXPECT_EQ(parsed, 7u) << text;
+    }
+}
 
 TEST_F(VornCli, HelpGoesToStandardOutput)
 {

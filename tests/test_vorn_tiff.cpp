@@ -274,11 +274,9 @@ TEST_F(VornTiff, DeclaredSizesAreCheckedAgainstTheFileBeforeAllocating)
 {
     using vorntest::HandPage;
     const std::string corrupt = "cannot be read: the file is truncated or corrupt";
-    // PackBits: a run of 128 zeros in two bytes, 4096 x 4096 pixels (16 MiB)
-    // in 256 KiB that every page of a long stack shares.
-    std::string runs;
-    for (int i = 0; i < 4096 * 4096 / 128; ++i)
-        runs += std::string("\x81\0", 2);
+    // 4096 x 4096 zeros (16 MiB) in 256 KiB that every page of a long stack
+    // shares.
+    const std::string runs = vorntest::ZeroRuns(4096 * 4096);
     const HandPage packed{4096, 4096, 8, COMPRESSION_PACKBITS, 0, {{8, std::uint32_t(runs.size())}}};
     const HandPage huge16{1073807362u, 2147352580u, 16, COMPRESSION_NONE, 0, {{8, 64}}};
     struct Case
@@ -290,8 +288,6 @@ TEST_F(VornTiff, DeclaredSizesAreCheckedAgainstTheFileBeforeAllocating)
         std::string message; // the start of it, after the file name
     } cases[] = {
         {"huge16.tif", {huge16, huge16, huge16, huge16}, std::string(64, '\0'), std::uint64_t{1} << 40, "page 1 " + corrupt},
-        {"square.tif", {{46341, 46341, 8, COMPRESSION_NONE, 0, {{8, 12}}}}, std::string(12, '\0'), std::uint64_t{1} << 40,
-         "page 1 " + corrupt},
         // 100 bytes cannot inflate to 900 MB, whatever they hold.
         {"inflate.tif", {{30000, 30000, 8, COMPRESSION_ADOBE_DEFLATE, 0, {{8, 100}}}}, std::string(100, 'x'),
          std::uint64_t{1} << 40, "page 1 " + corrupt},
