@@ -7,6 +7,7 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -132,5 +133,73 @@ inline std::vector<RawPage> ReadRawTiff(const std::string& path)
     TIFFClose(tif);
     return pages;
 }
+// A page of a hand-made file, for what no well-behaved writer produces:
+// declared sizes that the data cannot fill, data shared between pages.
+struct HandPage
+{
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint16_t bits = 8;
+    std::uint16_t compression = COMPRESSION_NONE;
+    std::uint32_t rowsPerStrip = 0; // 0: no such tag, one strip
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> strips; // offset into the file and byte count
+};
 
+// PackBits data of `bytes` zeros (a multiple of 128): runs of 128 in two bytes.
+inline std::string ZeroRuns(std::size_t bytes)
+{
+    std::string runs;
+    for (std::size_t i = 0; i < bytes / 128; ++i)
+        runs += std::string("\x81\0", 2);
+    return runs;
+}
+
+// A little-endian classic TIFF: the header, `data` from offset 8 on, then one
+// directory per page with its strip lists after it.
+inline std::string HandMadeTiff(const std::vector<HandPage>& pages, const std::string& data)
+{
+    std::string file = std::string("II*\0", 4) + std::string(4, '\0') + data;
+    const auto put = [&file](std::size_t at, std::uint32_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            file[at + i] = char(value >> (8 * i));
+    };
+    std::size_t link = 4; // where the offset of the next directory goes
+    for (const HandPage& page : pages)
+    {
+        const std::uint32_t strips = std::uint32_t(page.strips.size());
+        std::vector<std::array<std::uint32_t, 3>> entries = {// tag, type (3 short, 4 long), value
+                                                             {256, 4, page.width},
+                                                             {257, 4, page.height},
+                                                             {258, 3, page.bits},
+                                                             {259, 3, page.compression},
+                                                             {262, 3, PHOTOMETRIC_MINISBLACK},
+                                                             {273, 4, page.strips[0].first},
+                                                             {277, 3, 1},
+                                                             {278, 4, page.rowsPerStrip},
+                                                             {279, 4, page.strips[0].second}};
+        if (!page.rowsPerStrip)
+            entries.erase(entries.begin() + 7);
+        const std::size_t directory = file.size(), lists = directory + 2 + 12 * entries.size() + 4;
+        file.resize(lists + (strips > 1 ? 8 * strips : 0));
+        put(link, std::uint32_t(directory), 4);
+        put(directory, std::uint32_t(entries.size()), 2);
+        for (std::size_t i = 0; i < entries.size(); ++i)
+        {
+            const std::size_t at = directory + 2 + 12 * i;
+            const bool list = strips > 1 && (entries[i][0] == 273 || entries[i][0] == 279);
+            put(at, entries[i][0], 2);
+            put(at + 2, entries[i][1], 2);
+            put(at + 4, list ? strips : 1, 4);
+            put(at + 8, list ? std::uint32_t(lists + (entries[i][0] == 279 ? 4 * strips : 0)) : entries[i][2],
+                entries[i][1] == 3 ? 2 : 4);
+        }
+        for (std::uint32_t s = 0; strips > 1 && s < strips; ++s)
+        {
+            put(lists + 4 * s, page.strips[s].first, 4);
+            put(lists + 4 * (strips + s), page.strips[s].second, 4);
+        }
+        link = lists - 4;
+    }
+    return file;
+}
 } // namespace vorntest

@@ -4,6 +4,7 @@
 
 #include "CaptureStderr.h"
 #include "JsonReader.h"
+#include "MemoryBudget.h"
 #ifdef VORN_HAVE_TIFF
 #include "VornTiffFiles.h"
 #endif
@@ -15,12 +16,14 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 using vorntest::JsonReader;
@@ -41,6 +44,9 @@ struct ErrorCase
     std::string arguments, input, message;
     int code;
 };
+
+// A file name as messages show it.
+std::string Named(const std::string& path) { return "'" + path + "'"; }
 
 std::string Slurp(const std::string& path)
 {
@@ -63,12 +69,13 @@ protected:
     std::string Path(const std::string& name) const { return m_dir + "/" + name; }
 
     // Runs the tool with standard output and error in files (so not a
-    // terminal) and standard input from `input`.
-    ToolRun Vorn(const std::string& arguments, const std::string& input = "")
+    // terminal) and standard input from `input`, after the shell commands of
+    // `setup`.
+    ToolRun Vorn(const std::string& arguments, const std::string& input = "", const std::string& setup = "")
     {
         std::ofstream(Path("stdin")) << input;
-        const std::string command = std::string("'") + VORN_TOOL_PATH + "' " + arguments + " <'" + Path("stdin") +
-                                    "' >'" + Path("stdout") + "' 2>'" + Path("stderr") + "'";
+        const std::string command = setup + "'" + VORN_TOOL_PATH + "' " + arguments + " <'" + Path("stdin") + "' >'" +
+                                    Path("stdout") + "' 2>'" + Path("stderr") + "'";
         const int status = std::system(command.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(Path("stdout")), Slurp(Path("stderr"))};
     }
@@ -413,6 +420,9 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
     std::ofstream(ragged) << "0 0 0\n1 0 0\n\n0 1\n";
     std::ofstream(word) << "# points\n0 0\n1 zero\n";
     std::ofstream(line) << "0 0\n1 1\n2 2\n3 3\n";
+    const std::string fifo = Path("fifo"), directory = Path("dir"), odd = Path("esc\x1b[2J\n.txt");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::filesystem::create_directory(directory);
     ExpectOneLineErrors({
         {"hull '" + ragged + "'", "", ragged + ":4: expected 3 numbers like the first point, found 2", 1},
         {"hull '" + word + "'", "", word + ":3: 'zero' is not a number", 1},
@@ -420,11 +430,18 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
         {"hull '" + line + "'", "",
          line + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
         {"hull", "", "<stdin>: no points", 1},
-        {"hull '" + none + "'", "", none + ": cannot open: No such file or directory", 1},
+        {"hull '" + none + "'", "", Named(none) + ": cannot open: No such file or directory", 1},
         {"hull --inside 1,2 -", "0 0 0\n1 0 0\n0 1 0\n0 0 1\n",
          "hull: --inside '1,2' has 2 coordinates, the points of <stdin> have 3", 2},
         {"hull --inside 1,,2", "", "hull: --inside '1,,2': empty field between commas", 2},
         {"analyze --fast", "", "analyze: unknown option '--fast' (see vorn --help)", 2},
+        {"analyze --max-memory 2X", "", "analyze: --max-memory '2X': expected a size like 512M, 2G or 1073741824", 2},
+        // A FIFO without a writer would block an ordinary open, /dev/zero never
+        // ends, and control characters in a name are shown, not sent.
+        {"hull '" + fifo + "'", "", Named(fifo) + ": is a FIFO, not a regular file", 1},
+        {"hull '" + directory + "'", "", Named(directory) + ": is a directory, not a regular file", 1},
+        {"hull /dev/zero", "", "'/dev/zero': is a device, not a regular file", 1},
+        {"hull '" + odd + "'", "", "'" + Path("esc") + "\\x1b[2J\\x0a.txt': cannot open: No such file or directory", 1},
         {"", "", "no command given (commands: analyze, hull; see vorn --help)", 2},
     });
 }
@@ -448,12 +465,11 @@ TEST_F(VornCli, ImageErrorsAreOneLineWithExitCodes)
 
     const std::string wanted = "; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel";
     ExpectOneLineErrors({
-        {"analyze '" + Path("none.tif") + "'", "", Path("none.tif") + ": cannot open: No such file or directory", 1},
-        {"analyze '" + floats + "'", "", floats + ": page 1 has floating-point pixels" + wanted, 1},
-        {"analyze '" + rgb + "'", "", rgb + ": page 1 has 3 samples per pixel (RGB or colour)" + wanted, 1},
-        {"analyze '" + mixed + "'", "", mixed + ": page 2 is 9x8, page 1 is 8x8; all pages of a stack must have one size", 1},
-        {"analyze --paint /nonexistent/dir/out.tif", "",
-         "/nonexistent/dir/out.tif: cannot be written: directory '/nonexistent/dir' is missing or not writable", 1},
+        {"analyze '" + Path("none.tif") + "'", "", Named(Path("none.tif")) + ": cannot open: No such file or directory", 1},
+        {"analyze '" + floats + "'", "", Named(floats) + ": page 1 has floating-point pixels" + wanted, 1},
+        {"analyze '" + rgb + "'", "", Named(rgb) + ": page 1 has 3 samples per pixel (RGB or colour)" + wanted, 1},
+        {"analyze '" + mixed + "'", "",
+         Named(mixed) + ": page 2 is 9x8, page 1 is 8x8; all pages of a stack must have one size", 1},
     });
 
     // libtiff's own text may follow, but on the same single line.
@@ -461,10 +477,80 @@ TEST_F(VornCli, ImageErrorsAreOneLineWithExitCodes)
     {
         const ToolRun run = Vorn("analyze '" + file + "'");
         EXPECT_EQ(run.code, 1);
-        const std::string start = "vorn: " + file + (file == cut ? ": page 3 cannot be read" : ": not a readable TIFF file");
+        const std::string start =
+            "vorn: " + Named(file) + (file == cut ? ": page 3 cannot be read" : ": not a readable TIFF file");
         EXPECT_EQ(run.err.rfind(start, 0), 0u) << run.err;
         EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
     }
+}
+
+TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
+{
+    const std::string image = Path("in.tif"), fifo = Path("fifo"), directory = Path("dir"), hardLink = Path("hard.tif"),
+                      softLink = Path("soft.tif"), square = Path("square.tif"), stack = Path("stack.tif");
+    WriteImage(LabelImage(8, 2), image);
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::filesystem::create_directory(directory);
+    std::filesystem::create_hard_link(image, hardLink);
+    std::filesystem::create_symlink(image, softLink);
+    // 134 bytes that declare a page of 46341 x 46341 pixels (2 GB).
+    std::ofstream(square, std::ios::binary) << vorntest::HandMadeTiff(
+        {{46341, 46341, 8, COMPRESSION_NONE, 46341, {{8, 12}}}}, std::string(12, '\0'));
+    // 100000 pages of 4096 x 4096 pixels (16 MiB) that all decode from the same
+    // 256 KiB of PackBits runs.
+    const std::string runs = vorntest::ZeroRuns(4096 * 4096);
+    const vorntest::HandPage packed{4096, 4096, 8, COMPRESSION_PACKBITS, 0, {{8, std::uint32_t(runs.size())}}};
+    std::ofstream(stack, std::ios::binary) << vorntest::HandMadeTiff(std::vector<vorntest::HandPage>(100000, packed), runs);
+    const std::string before = Slurp(image);
+
+    const std::string itself = ": is the input image itself; paint the hulls into another file";
+    ExpectOneLineErrors({
+        {"analyze '" + fifo + "'", "", Named(fifo) + ": is a FIFO, not a regular file", 1},
+        {"analyze '" + directory + "'", "", Named(directory) + ": is a directory, not a regular file", 1},
+        {"analyze --paint '" + image + "' '" + image + "'", "", Named(image) + itself, 1},
+        {"analyze --paint '" + hardLink + "' '" + image + "'", "", Named(hardLink) + itself, 1},
+        {"analyze --paint '" + softLink + "' '" + image + "'", "", Named(softLink) + itself, 1},
+        {"analyze --paint '" + directory + "' '" + image + "'", "", Named(directory) + ": cannot be written: it is a directory", 1},
+        {"analyze --paint '" + Path("none/out.tif") + "' '" + image + "'", "",
+         Named(Path("none/out.tif")) + ": cannot be written: directory " + Named(Path("none")) + " does not exist", 1},
+        {"analyze --paint /dev/null", "", "'/dev/null': cannot be written: it is a device", 1},
+        // The limit leaves (200 - 100) / 1.3 = 76.9 MiB for the image: five
+        // pages and the 256 KiB strip buffer are too many.
+        {"analyze --max-memory 200M '" + stack + "'", "",
+         Named(stack) + ": page 5 brings the image to 80.2 MiB, more than the 76.9 MiB that the memory limit of 200.0 MiB "
+                        "(--max-memory) leaves for it",
+         1},
+    });
+    EXPECT_EQ(Slurp(image), before);
+
+    const ToolRun run = Vorn("analyze '" + square + "'");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.err.rfind("vorn: " + Named(square) + ": page 1 cannot be read: the file is truncated or corrupt", 0), 0u)
+        << run.err;
+    EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
+}
+
+TEST_F(VornCli, PaintReplacesItsFileOnlyWhenComplete)
+{
+    const std::string image = Path("in.tif"), painted = Path("out.tif");
+    WriteImage(LabelImage(8, 5), image); // its hulls take more than 2 KiB
+    std::ofstream(painted) << "previous";
+    const std::string command = "analyze --paint '" + painted + "' '" + image + "'";
+    // A file size limit of 2 blocks (of 512 or 1024 bytes) cuts the writing
+    // short: with SIGXFSZ ignored the write fails, otherwise the signal ends
+    // the tool. Either way the previous file stays and no temporary is left.
+    const ToolRun failed = Vorn(command, "", "trap '' XFSZ; ulimit -f 2; ");
+    EXPECT_EQ(failed.code, 1);
+    EXPECT_EQ(failed.err.rfind("vorn: " + Named(painted) + ": cannot be written", 0), 0u) << failed.err;
+    EXPECT_EQ(failed.err.find('\n'), failed.err.size() - 1) << failed.err;
+    const ToolRun killed = Vorn(command, "", "ulimit -f 2; ");
+    EXPECT_EQ(killed.code, 128 + SIGXFSZ);
+    EXPECT_EQ(Slurp(painted), "previous");
+    for (const auto& entry : std::filesystem::directory_iterator(m_dir))
+        EXPECT_NE(entry.path().filename().string().rfind(".vorn-", 0), 0u) << entry.path();
+
+    ASSERT_EQ(Vorn(command).code, 0);
+    EXPECT_EQ(vorntest::ReadRawTiff(painted).size(), 5u);
 }
 #else
 TEST_F(VornCli, TiffNeedsLibtiff)
@@ -472,11 +558,30 @@ TEST_F(VornCli, TiffNeedsLibtiff)
     const std::string needs = ": TIFF files need libtiff, and this vorn was built without it (install libtiff-dev and "
                               "rebuild); without a file vorn analyses its built-in sample";
     ExpectOneLineErrors({
-        {"analyze labels.tif", "", "labels.tif" + needs, 1},
-        {"analyze --paint hulls.tif", "", "hulls.tif" + needs, 1},
+        {"analyze labels.tif", "", "'labels.tif'" + needs, 1},
+        {"analyze --paint hulls.tif", "", "'hulls.tif'" + needs, 1},
     });
 }
 #endif
+
+TEST(VornMemorySize, WholeBytesOrPowersOf1024)
+{
+    const std::pair<std::string, std::uint64_t> sizes[] = {
+        {"1073741824", 1073741824}, {"512M", 536870912}, {"2G", 2147483648}, {"3k", 3072}, {"1T", 1099511627776}};
+    for (const auto& [text, bytes] : sizes)
+    {
+        std::uint64_t parsed = 0;
+        EXPECT_TRUE(vorn::ParseMemorySize(text, parsed)) << text;
+        EXPECT_EQ(parsed, bytes) << text;
+    }
+    // 2^64 bytes, and 2^24 TiB = 2^64 bytes, do not fit.
+    for (const std::string text : {"", "0", "0G", "G", "1.5G", "2 G", "2GB", "-1", "18446744073709551616", "16777216T"})
+    {
+        std::uint64_t parsed = 7;
+        EXPECT_FALSE(vorn::ParseMemorySize(text, parsed)) << text;
+        EXPECT_EQ(parsed, 7u) << text;
+    }
+}
 
 TEST_F(VornCli, HelpGoesToStandardOutput)
 {

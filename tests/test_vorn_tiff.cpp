@@ -2,6 +2,7 @@
 // read with libtiff directly.
 
 #include "CaptureStderr.h"
+#include "MemoryBudget.h"
 #include "Progress.h"
 #include "TiffIO.h"
 #include "ToolError.h"
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <tuple>
@@ -30,17 +32,20 @@ protected:
 
     std::string Path(const std::string& name) const { return m_dir + "/" + name; }
 
-    TOLX::CImage Read(const std::string& path) { return vorn::ReadTiff(path, m_progress); }
+    TOLX::CImage Read(const std::string& path, std::uint64_t limit = std::uint64_t{1} << 40)
+    {
+        return *vorn::ReadTiff(vorn::CInputFile::Open(path), {limit, "the test's limit"}, m_progress);
+    }
 
     // The message of the CToolError that reading `path` throws, and what was
     // written to standard error meanwhile (libtiff must stay silent).
-    std::pair<std::string, std::string> ReadFailure(const std::string& path)
+    std::pair<std::string, std::string> ReadFailure(const std::string& path, std::uint64_t limit = std::uint64_t{1} << 40)
     {
         std::string message = "no error";
         const std::string printed = vorntest::CaptureStandardError([&] {
             try
             {
-                Read(path);
+                Read(path, limit);
             }
             catch (const vorn::CToolError& error)
             {
@@ -53,6 +58,9 @@ protected:
     std::string m_dir;
     vorn::CProgress m_progress{stderr, false, std::chrono::milliseconds(0)};
 };
+
+// A file name as messages show it.
+std::string Named(const std::string& path) { return "'" + path + "'"; }
 
 // A pixel value that uses the whole width of the type and differs between
 // neighbours, rows and pages.
@@ -129,20 +137,36 @@ TEST_F(VornTiff, ReadsEachPixelTypeAsPageOrStack)
 
 TEST_F(VornTiff, ReadsTiledAndCompressedPages)
 {
-    std::vector<RawPage> tiled = PatternPages(16, 40, 20, 2); // partial tiles at both edges
-    for (RawPage& page : tiled)
-        page.tile = 16;
-    ASSERT_TRUE(vorntest::WriteRawTiff(Path("tiled.tif"), tiled));
-    ExpectPattern(Read(Path("tiled.tif")), 40, 20, 2, 16);
-
-    std::vector<RawPage> packed = PatternPages(32, 33, 9, 3);
-    for (RawPage& page : packed)
+    // Compression and tile edge (0: strips of 4 rows); tiles are partial at
+    // both edges.
+    const std::pair<std::uint16_t, std::uint32_t> layouts[] = {{COMPRESSION_NONE, 16},
+                                                               {COMPRESSION_ADOBE_DEFLATE, 16},
+                                                               {COMPRESSION_LZW, 0},
+                                                               {COMPRESSION_ADOBE_DEFLATE, 0},
+                                                               {COMPRESSION_PACKBITS, 0}};
+    for (const auto& [compression, tile] : layouts)
     {
-        page.compression = COMPRESSION_LZW;
-        page.rowsPerStrip = 4;
+        SCOPED_TRACE("compression " + std::to_string(compression) + ", tile " + std::to_string(tile));
+        std::vector<RawPage> pages = PatternPages(32, 40, 20, 3);
+        for (RawPage& page : pages)
+        {
+            page.compression = compression;
+            page.tile = tile;
+            page.rowsPerStrip = 4;
+        }
+        ASSERT_TRUE(vorntest::WriteRawTiff(Path("c.tif"), pages));
+        ExpectPattern(Read(Path("c.tif")), 40, 20, 3, 32);
     }
-    ASSERT_TRUE(vorntest::WriteRawTiff(Path("lzw.tif"), packed));
-    ExpectPattern(Read(Path("lzw.tif")), 33, 9, 3, 32);
+
+    // Zeros compress about as far as deflate can go: 4 MiB in one strip of a
+    // few KiB must still be within the ratio the reader allows.
+    RawPage zeros = vorntest::MakePage<std::uint8_t>(4096, 1024, [](int, int) { return 0; });
+    zeros.compression = COMPRESSION_ADOBE_DEFLATE;
+    zeros.rowsPerStrip = 1024;
+    ASSERT_TRUE(vorntest::WriteRawTiff(Path("zeros.tif"), {zeros}));
+    const TOLX::CImage image = Read(Path("zeros.tif"));
+    ASSERT_EQ(image.Width() * image.Height() * image.Depth(), 4096 * 1024);
+    EXPECT_EQ(std::count(image.Data(), image.Data() + 4096 * 1024, 0), 4096 * 1024);
 }
 
 TEST_F(VornTiff, WritesPagesThatLibtiffReadsBack)
@@ -203,19 +227,19 @@ TEST_F(VornTiff, RefusesWhatIsNoLabelImageInOneQuietLine)
     {
         const std::string path = Path("bad.tif");
         ASSERT_TRUE(vorntest::WriteRawTiff(path, c.first));
-        EXPECT_EQ(ReadFailure(path), std::make_pair(path + ": " + c.second, std::string()));
+        EXPECT_EQ(ReadFailure(path), std::make_pair(Named(path) + ": " + c.second, std::string()));
     }
 }
 
 TEST_F(VornTiff, UnreadableFilesFailInOneQuietLine)
 {
     const std::string missing = Path("missing.tif");
-    EXPECT_EQ(ReadFailure(missing), std::make_pair(missing + ": cannot open: No such file or directory", std::string()));
+    EXPECT_EQ(ReadFailure(missing), std::make_pair(Named(missing) + ": cannot open: No such file or directory", std::string()));
 
     const std::string text = Path("text.tif");
     std::ofstream(text) << "this is not an image\n";
     const auto [notTiff, notTiffPrinted] = ReadFailure(text);
-    EXPECT_EQ(notTiff.rfind(text + ": not a readable TIFF file", 0), 0u) << notTiff;
+    EXPECT_EQ(notTiff.rfind(Named(text) + ": not a readable TIFF file", 0), 0u) << notTiff;
     EXPECT_EQ(notTiffPrinted, "");
 
     // A two-page file cut in its second page, then pixels that lie beyond the
@@ -233,9 +257,9 @@ TEST_F(VornTiff, UnreadableFilesFailInOneQuietLine)
     std::filesystem::resize_file(header, 6);
 
     const std::pair<std::string, std::string> cases[] = {
-        {cut, cut + ": page 2 cannot be read: the file is truncated or corrupt"},
-        {stray, stray + ": page 1 cannot be read: the file is truncated or corrupt"},
-        {header, header + ": not a readable TIFF file"},
+        {cut, Named(cut) + ": page 2 cannot be read: the file is truncated or corrupt"},
+        {stray, Named(stray) + ": page 1 cannot be read: the file is truncated or corrupt"},
+        {header, Named(header) + ": not a readable TIFF file"},
     };
     for (const auto& c : cases)
     {
@@ -244,4 +268,55 @@ TEST_F(VornTiff, UnreadableFilesFailInOneQuietLine)
         EXPECT_EQ(message.find('\n'), std::string::npos) << message;
         EXPECT_EQ(printed, "");
     }
+}
+
+TEST_F(VornTiff, DeclaredSizesAreCheckedAgainstTheFileBeforeAllocating)
+{
+    using vorntest::HandPage;
+    const std::string corrupt = "cannot be read: the file is truncated or corrupt";
+    // 4096 x 4096 zeros (16 MiB) in 256 KiB that every page of a long stack
+    // shares.
+    const std::string runs = vorntest::ZeroRuns(4096 * 4096);
+    const HandPage packed{4096, 4096, 8, COMPRESSION_PACKBITS, 0, {{8, std::uint32_t(runs.size())}}};
+    const HandPage huge16{1073807362u, 2147352580u, 16, COMPRESSION_NONE, 0, {{8, 64}}};
+    struct Case
+    {
+        std::string name;
+        std::vector<HandPage> pages;
+        std::string data;
+        std::uint64_t limit;
+        std::string message; // the start of it, after the file name
+    } cases[] = {
+        {"huge16.tif", {huge16, huge16, huge16, huge16}, std::string(64, '\0'), std::uint64_t{1} << 40, "page 1 " + corrupt},
+        // 100 bytes cannot inflate to 900 MB, whatever they hold.
+        {"inflate.tif", {{30000, 30000, 8, COMPRESSION_ADOBE_DEFLATE, 0, {{8, 100}}}}, std::string(100, 'x'),
+         std::uint64_t{1} << 40, "page 1 " + corrupt},
+        // Uncompressed strips that lie in the file but are too short.
+        {"strips.tif", {packed, {4096, 4096, 8, COMPRESSION_NONE, 2048, {{8, 1000}, {8, 1000}}}}, runs,
+         std::uint64_t{1} << 40, "page 2 " + corrupt},
+        // 16 MiB pages against 50 MiB: the fourth is one too many, whatever
+        // follows.
+        {"stack.tif", std::vector<HandPage>(100000, packed), runs, 50 << 20, "page 4 brings the image to "},
+        // Without a tight limit: the pages pass one by one, but all of them
+        // share 256 KiB, and a file of 10 MiB cannot hold more than 64 times
+        // its size in PackBits pages.
+        {"shared.tif", std::vector<HandPage>(100000, packed), runs, std::uint64_t{1} << 40, ""},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        const std::string path = Path(c.name);
+        const std::string file = vorntest::HandMadeTiff(c.pages, c.data);
+        std::ofstream(path, std::ios::binary) << file;
+        const std::string expected =
+            c.message.empty() ? "page " + std::to_string(file.size() * 64 / (4096 * 4096) + 1) + " " + corrupt : c.message;
+        const auto [message, printed] = ReadFailure(path, c.limit);
+        EXPECT_EQ(message.rfind(Named(path) + ": " + expected, 0), 0u) << message;
+        EXPECT_EQ(message.find('\n'), std::string::npos) << message;
+        EXPECT_EQ(printed, "");
+    }
+    // The shared data itself is a valid page.
+    std::ofstream(Path("runs.tif"), std::ios::binary) << vorntest::HandMadeTiff({packed}, runs);
+    const TOLX::CImage image = Read(Path("runs.tif"));
+    EXPECT_EQ(std::count(image.Data(), image.Data() + 4096 * 4096, 0), 4096 * 4096);
 }

@@ -2,6 +2,9 @@
 
 #include "Analysis.h"
 #include "Format.h"
+#include "InputFile.h"
+#include "MemoryBudget.h"
+#include "OutputFile.h"
 #include "Progress.h"
 #include "SampleVolume.h"
 #include "TiffIO.h"
@@ -9,50 +12,50 @@
 
 #include "zeblib2core/Exception.h"
 
+#include <memory>
 #include <new>
-
-#include <unistd.h>
+#include <optional>
 
 namespace vorn
 {
-namespace
-{
-// Refuses an output file that cannot be written before the long analysis
-// rather than after it.
-void CheckWritable(const std::string& path)
-{
-    RequireTiff(path);
-    const std::size_t slash = path.find_last_of('/');
-    const std::string directory = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-    if (access(directory.c_str(), W_OK) != 0)
-        throw CToolError(path + ": cannot be written: directory '" + directory + "' is missing or not writable");
-}
-} // namespace
-
 void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& progress)
 {
-    if (!options.paint.empty())
-        CheckWritable(options.paint);
     const bool sample = options.image.empty();
+    if (!sample)
+        RequireTiff(options.image);
+    if (!options.paint.empty())
+        RequireTiff(options.paint);
+    // The output is checked against the input and for being writable before
+    // the long reading and analysis rather than after them.
+    std::optional<CInputFile> input;
+    if (!sample)
+        input.emplace(CInputFile::Open(options.image));
+    if (!options.paint.empty())
+        CheckOutputTarget(options.paint, input ? &*input : nullptr);
+
     const std::string source = sample ? "built-in sample volume" : options.image;
-    TOLX::CImage image = sample ? MakeSampleVolume() : ReadTiff(options.image, progress);
+    const std::string quotedSource = sample ? source : QuotedName(source);
+    const std::uint64_t budget = options.maxMemory ? options.maxMemory : DefaultMemoryBudget();
+    const std::unique_ptr<TOLX::CImage> image =
+        sample ? std::make_unique<TOLX::CImage>(MakeSampleVolume())
+               : ReadTiff(std::move(*input), ImageLimitOf(budget, options.maxMemory != 0), progress);
 
     AnalysisReport report;
     try
     {
-        report = Analyze(image, progress);
+        report = Analyze(*image, progress);
     }
     catch (const TOLX::CException& error)
     {
-        throw CToolError(source + ": " + error.what());
+        throw CToolError(quotedSource + ": " + error.what());
     }
     catch (const CToolError& error)
     {
-        throw CToolError(source + ": " + error.what());
+        throw CToolError(quotedSource + ": " + error.what());
     }
     catch (const std::bad_alloc&)
     {
-        throw CToolError(source + ": not enough memory for the analysis");
+        throw CToolError(quotedSource + ": not enough memory for the analysis");
     }
 
     if (options.json)
@@ -61,6 +64,6 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
         WriteAnalysisText(out, report, source, sample ? SampleLegend() : "");
     out.flush();
     if (!options.paint.empty())
-        WriteTiff(options.paint, image, progress);
+        WriteTiff(options.paint, *image, progress);
 }
 } // namespace vorn

@@ -1,12 +1,14 @@
 #include "Cli.h"
 
+#include "MemoryBudget.h"
+#include "Quote.h"
 #include "ToolError.h"
 
 namespace vorn
 {
 const char* Usage()
 {
-    return "usage: vorn analyze [--json] [--paint OUT.tif] [IMAGE.tif]\n"
+    return "usage: vorn analyze [--json] [--paint OUT.tif] [--max-memory SIZE] [IMAGE.tif]\n"
            "       vorn hull [--json] [--inside x,y,...]... [POINTS|-]\n"
            "\n"
            "analyze  moments and convex hull of every labelled object of a TIFF image\n"
@@ -14,11 +16,17 @@ const char* Usage()
            "         pixels, the pixel value is the label, 0 is background). Without\n"
            "         IMAGE it analyses a built-in 128^3 sample volume.\n"
            "         --json           print the report as JSON, with each object's moment map\n"
-           "         --paint OUT.tif  write every object's hull, painted in its label\n"
+           "         --paint OUT.tif  write every object's hull, painted in its label; OUT.tif\n"
+           "                          is replaced only once the new file is complete\n"
+           "         --max-memory SIZE\n"
+           "                          refuse an image whose analysis would need more memory\n"
+           "                          (512M, 2G, 1073741824; default: half the physical memory)\n"
            "hull     convex hull of points read one per line (d numbers separated by\n"
            "         blanks or commas) from POINTS or standard input\n"
            "         --json           print the hull as JSON\n"
-           "         --inside x,y,... tell whether a point is inside (repeatable)\n";
+           "         --inside x,y,... tell whether a point is inside (repeatable)\n"
+           "\n"
+           "Input files must be regular files, not FIFOs, devices or directories.\n";
 }
 
 namespace
@@ -55,15 +63,17 @@ public:
 
     [[noreturn]] void Unknown(const std::string& argument) const
     {
-        throw CToolError(m_command + ": unknown option '" + argument + "' (see vorn --help)", CToolError::USAGE);
+        throw CToolError(m_command + ": unknown option " + Quoted(argument) + " (see vorn --help)", CToolError::USAGE);
     }
 
     // Takes a positional argument into `slot`, which may be filled once.
     void Positional(const std::string& argument, std::string& slot, bool& taken, const char* what) const
     {
         if (taken)
-            throw CToolError(m_command + ": more than one " + what + " given ('" + slot + "', '" + argument + "')",
-                             CToolError::USAGE);
+        {
+            const std::string both = Quoted(slot) + ", " + Quoted(argument);
+            throw CToolError(m_command + ": more than one " + what + " given (" + both + ")", CToolError::USAGE);
+        }
         slot = argument;
         taken = true;
     }
@@ -104,6 +114,12 @@ AnalyzeOptions ParseAnalyze(CArguments& args)
             if (value.empty())
                 throw CToolError("analyze: --paint needs a file name", CToolError::USAGE);
             options.paint = value;
+        }
+        else if (args.Value(argument, "--max-memory", value))
+        {
+            if (!ParseMemorySize(value, options.maxMemory))
+                throw CToolError("analyze: --max-memory " + Quoted(value) + ": expected a size like 512M, 2G or 1073741824",
+                                 CToolError::USAGE);
         }
         else
             args.Unknown(argument);
@@ -157,7 +173,7 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments)
         line.hull = ParseHull(args);
     }
     else
-        throw CToolError("unknown command '" + command + "' (commands: analyze, hull; see vorn --help)",
+        throw CToolError("unknown command " + Quoted(command) + " (commands: analyze, hull; see vorn --help)",
                          CToolError::USAGE);
     return line;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@ struct AnalyzeOptions
     std::string image; // empty: the built-in sample volume
     bool json = false;
     std::string paint; // empty: paint nothing
+    std::uint64_t maxMemory = 0; // bytes; 0: the default share of physical memory
 };
 
 struct HullOptions

@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Format.h"
+#include "InputFile.h"
 #include "PointFile.h"
 #include "Quote.h"
 #include "ToolError.h"
@@ -11,10 +12,7 @@
 #include "zeblib2core/Exception.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <fstream>
 #include <numeric>
 #include <stdexcept>
 
@@ -91,9 +89,7 @@ void RunHull(const HullOptions& options, std::istream& standardInput, std::ostre
         points = ReadPoints(standardInput, source);
     else
     {
-        std::ifstream file(options.file);
-        if (!file)
-            throw CToolError(source + ": cannot open: " + std::strerror(errno));
+        CInputStream file(options.file);
         points = ReadPoints(file, source);
     }
     const std::size_t d = points.dimension;

@@ -1,20 +1,26 @@
 #include "TiffIO.h"
 
+#include "MemoryBudget.h"
+#include "OutputFile.h"
 #include "Progress.h"
+#include "Quote.h"
 #include "ToolError.h"
 
 #ifdef VORN_HAVE_TIFF
 #include <tiffio.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <vector>
+
+#include <unistd.h>
 #endif
 
 namespace vorn
@@ -27,13 +33,13 @@ namespace
 {
 [[noreturn]] void NoTiff(const std::string& path)
 {
-    throw CToolError(path + ": TIFF files need libtiff, and this vorn was built without it "
-                            "(install libtiff-dev and rebuild); without a file vorn analyses its built-in sample");
+    throw CToolError(QuotedName(path) + ": TIFF files need libtiff, and this vorn was built without it "
+                                        "(install libtiff-dev and rebuild); without a file vorn analyses its built-in sample");
 }
 } // namespace
 
 void RequireTiff(const std::string& path) { NoTiff(path); }
-TOLX::CImage ReadTiff(const std::string& path, CProgress&) { NoTiff(path); }
+std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit&, CProgress&) { NoTiff(file.Path()); }
 void WriteTiff(const std::string& path, const TOLX::CImage&, CProgress&) { NoTiff(path); }
 
 #else
@@ -44,6 +50,8 @@ void RequireTiff(const std::string&) {}
 
 namespace
 {
+constexpr std::uint64_t LARGEST = std::numeric_limits<std::uint64_t>::max();
+
 // libtiff reports through process-wide handlers that print to standard error.
 // The tool wants one line per failure, so warnings are dropped and the last
 // error text is kept to be quoted in that line.
@@ -57,9 +65,7 @@ void KeepError(const char*, const char* format, va_list arguments)
 {
     char buffer[512];
     std::vsnprintf(buffer, sizeof buffer, format, arguments);
-    std::string& text = LastLibraryError();
-    text = buffer;
-    std::replace(text.begin(), text.end(), '\n', ' ');
+    LastLibraryError() = buffer;
 }
 
 void QuietLibrary()
@@ -72,7 +78,7 @@ void QuietLibrary()
 std::string WithLibraryError(const std::string& message)
 {
     const std::string& detail = LastLibraryError();
-    return detail.empty() ? message : message + " (" + detail + ")";
+    return detail.empty() ? message : message + " (libtiff: " + Quoted(detail, 200) + ")";
 }
 
 struct TiffCloser
@@ -81,17 +87,91 @@ struct TiffCloser
 };
 using TiffHandle = std::unique_ptr<TIFF, TiffCloser>;
 
-struct PageGeometry
+struct OptionsFreer
+{
+    void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
+};
+
+std::uint64_t Product(std::uint64_t a, std::uint64_t b)
+{
+    std::uint64_t product;
+    return __builtin_mul_overflow(a, b, &product) ? LARGEST : product;
+}
+
+std::uint64_t Sum(std::uint64_t a, std::uint64_t b) { return a > LARGEST - b ? LARGEST : a + b; }
+
+std::uint64_t CeilDivide(std::uint64_t a, std::uint64_t b) { return a / b + (a % b != 0); }
+
+// A compression vorn reads, with the most bytes that one stored byte can
+// decode to. Others are refused: JPEG and the like are not for labels, and
+// LZMA or ZSTD streams expand without a useful bound.
+struct Compression
+{
+    std::uint16_t code;
+    const char* name;
+    std::uint64_t largestRatio;
+};
+
+const Compression* FindCompression(std::uint16_t code)
+{
+    static const Compression known[] = {
+        {COMPRESSION_NONE, "uncompressed", 1},
+        // A run of 128 copies of one byte takes two bytes.
+        {COMPRESSION_PACKBITS, "PackBits", 64},
+        // A 258-byte match at distance 1 takes two bits with the shortest codes.
+        {COMPRESSION_ADOBE_DEFLATE, "deflate", 1032},
+        {COMPRESSION_DEFLATE, "deflate", 1032},
+        // Every code takes at least 9 bits and stands for at most 4096 bytes.
+        {COMPRESSION_LZW, "LZW", 4096 * 8 / 9 + 1},
+    };
+    for (const Compression& compression : known)
+        if (compression.code == code)
+            return &compression;
+    return nullptr;
+}
+
+// One page: its pixels, how they are stored, and what reading it takes. The
+// page is cut into blocks, strips of whole rows or tiles, across x down; every
+// block decodes to blockWidth x blockHeight pixels except a short last strip.
+struct Page
 {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint16_t bits = 0;
+    bool tiled = false;
+    std::uint32_t blockWidth = 0;
+    std::uint32_t blockHeight = 0;
+    std::uint64_t across = 0;
+    std::uint64_t down = 0;
+    std::uint64_t bytes = 0;     // of the decoded pixels
+    std::uint64_t ratio = 0;     // the largest its compression allows
+    std::uint64_t workBytes = 0; // buffers beside the image while it is read
+
+    std::uint64_t PixelBytes() const { return bits / 8; }
+    std::uint64_t RowBytes() const { return width * PixelBytes(); }
+    std::uint64_t BlockBytes() const { return Product(Product(blockWidth, blockHeight), PixelBytes()); }
+    // What block i decodes to: a whole tile, or the rows of a strip.
+    std::uint64_t DecodedBytes(std::uint64_t i) const
+    {
+        return tiled ? BlockBytes() : Product(std::min<std::uint64_t>(blockHeight, height - i * blockHeight), RowBytes());
+    }
 };
 
-// Checks the current page and returns its size and pixel width.
-PageGeometry ReadGeometry(TIFF* tif, const std::string& where)
+std::string PageName(const std::string& path, std::uint64_t page)
 {
-    PageGeometry page;
+    return QuotedName(path) + ": page " + std::to_string(page + 1) + " ";
+}
+
+[[noreturn]] void Corrupt(const std::string& where, const std::string& detail = "")
+{
+    throw CToolError(WithLibraryError(where + "cannot be read: the file is truncated or corrupt" +
+                                      (detail.empty() ? "" : " (" + detail + ")")));
+}
+
+// Reads the size and pixel type of the current page and refuses what is no
+// label image.
+void ReadGeometry(TIFF* tif, const std::string& where, Page& page)
+{
     std::uint16_t samples = 1;
     std::uint16_t format = SAMPLEFORMAT_UINT;
     if (!TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &page.width) || !TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &page.height))
@@ -111,121 +191,214 @@ PageGeometry ReadGeometry(TIFF* tif, const std::string& where)
     if (page.width == 0 || page.height == 0)
         throw CToolError(where + "has no pixels");
     if (page.width > INT32_MAX || page.height > INT32_MAX)
-        throw CToolError(where + "is too large");
-    return page;
+        throw CToolError(where + "is " + std::to_string(page.width) + "x" + std::to_string(page.height) +
+                         ", larger than vorn's images can be");
 }
 
-std::string PageName(const std::string& path, std::size_t page) { return path + ": page " + std::to_string(page + 1) + " "; }
-
-// Reads the current page into `out`, rows of rowBytes one after the other.
-void ReadPage(TIFF* tif, const PageGeometry& page, std::uint8_t* out, const std::string& where)
+// Checks the current page before anything is allocated for it: every block
+// must lie inside the file and hold enough bytes to decode to its pixels with
+// the page's compression at its largest possible ratio.
+Page CheckPage(TIFF* tif, const std::string& where, std::uint64_t fileSize)
 {
-    const std::size_t rowBytes = std::size_t{page.width} * (page.bits / 8);
-    const std::string failure = where + "cannot be read: the file is truncated or corrupt";
-    if (!TIFFIsTiled(tif))
+    Page page;
+    ReadGeometry(tif, where, page);
+    std::uint16_t code = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(tif, TIFFTAG_COMPRESSION, &code);
+    const Compression* compression = FindCompression(code);
+    if (!compression)
+        throw CToolError(where + "is compressed with method " + std::to_string(code) +
+                         ", which vorn does not read (it reads uncompressed, LZW, deflate and PackBits pages)");
+    const std::uint64_t ratio = page.ratio = compression->largestRatio;
+    page.bytes = Product(page.height, page.RowBytes());
+    page.tiled = TIFFIsTiled(tif);
+    if (page.tiled)
+    {
+        TIFFGetField(tif, TIFFTAG_TILEWIDTH, &page.blockWidth);
+        TIFFGetField(tif, TIFFTAG_TILELENGTH, &page.blockHeight);
+    }
+    else
     {
         std::uint32_t rowsPerStrip = 0;
         TIFFGetFieldDefaulted(tif, TIFFTAG_ROWSPERSTRIP, &rowsPerStrip);
-        rowsPerStrip = std::min(rowsPerStrip, page.height);
-        if (rowsPerStrip == 0)
-            throw CToolError(WithLibraryError(failure));
-        const std::uint32_t strips = (page.height + rowsPerStrip - 1) / rowsPerStrip;
-        if (TIFFNumberOfStrips(tif) < strips)
-            throw CToolError(WithLibraryError(failure));
-        for (std::uint32_t strip = 0; strip < strips; ++strip)
+        page.blockWidth = page.width;
+        page.blockHeight = std::min(rowsPerStrip, page.height);
+    }
+    if (page.blockWidth == 0 || page.blockHeight == 0)
+        Corrupt(where, std::string(page.tiled ? "tiles" : "strips") + " of no size");
+    page.across = CeilDivide(page.width, page.blockWidth);
+    page.down = CeilDivide(page.height, page.blockHeight);
+    const std::string blockKind = page.tiled ? "tile" : "strip";
+    const std::uint64_t blocks = page.across * page.down;
+    const std::uint64_t listed = page.tiled ? TIFFNumberOfTiles(tif) : TIFFNumberOfStrips(tif);
+    if (listed < blocks)
+        Corrupt(where, "the file lists " + std::to_string(listed) + " " + blockKind + "s, the page needs " +
+                           std::to_string(blocks));
+    std::uint64_t largestStored = 0;
+    for (std::uint64_t i = 0; i < blocks; ++i)
+    {
+        int error = 0;
+        const std::uint32_t index = static_cast<std::uint32_t>(i);
+        const std::uint64_t offset = TIFFGetStrileOffsetWithErr(tif, index, &error);
+        const std::uint64_t stored = TIFFGetStrileByteCountWithErr(tif, index, &error);
+        if (error || stored > fileSize || offset > fileSize - stored)
+            Corrupt(where, blockKind + " " + std::to_string(i + 1) + " lies beyond the end of the file");
+        const std::uint64_t decoded = page.DecodedBytes(i);
+        if (decoded > Product(stored, ratio))
+            Corrupt(where, blockKind + " " + std::to_string(i + 1) + " has " + std::to_string(stored) + " bytes of " +
+                               compression->name + " data, which cannot give the " + std::to_string(decoded) +
+                               " bytes of its pixels");
+        largestStored = std::max(largestStored, stored);
+    }
+    // libtiff decodes a tile whole, into a buffer of the tool's, and reads
+    // compressed data into a buffer of its own; uncompressed strips go
+    // straight into the image.
+    page.workBytes = Sum(page.tiled ? page.BlockBytes() : 0, ratio > 1 ? largestStored : 0);
+    return page;
+}
+
+// Reads the current page into `out`, rows of RowBytes() one after the other.
+void ReadPage(TIFF* tif, const Page& page, std::uint8_t* out, const std::string& where)
+{
+    const std::uint64_t rowBytes = page.RowBytes();
+    if (!page.tiled)
+    {
+        for (std::uint32_t strip = 0; strip < page.down; ++strip)
         {
-            const std::uint32_t rows = std::min(rowsPerStrip, page.height - strip * rowsPerStrip);
-            const tmsize_t wanted = static_cast<tmsize_t>(rows * rowBytes);
-            if (TIFFReadEncodedStrip(tif, strip, out + strip * rowsPerStrip * rowBytes, wanted) != wanted)
-                throw CToolError(WithLibraryError(failure));
+            const tmsize_t bytes = static_cast<tmsize_t>(page.DecodedBytes(strip));
+            if (TIFFReadEncodedStrip(tif, strip, out + std::uint64_t{strip} * page.blockHeight * rowBytes, bytes) != bytes)
+                Corrupt(where);
         }
         return;
     }
-    std::uint32_t tileWidth = 0;
-    std::uint32_t tileHeight = 0;
-    TIFFGetField(tif, TIFFTAG_TILEWIDTH, &tileWidth);
-    TIFFGetField(tif, TIFFTAG_TILELENGTH, &tileHeight);
-    const tmsize_t tileBytes = TIFFTileSize(tif);
-    if (tileWidth == 0 || tileHeight == 0 || tileBytes <= 0)
-        throw CToolError(WithLibraryError(failure));
+    const tmsize_t tileBytes = static_cast<tmsize_t>(page.BlockBytes());
     std::vector<std::uint8_t> tile(static_cast<std::size_t>(tileBytes));
-    const std::size_t pixelBytes = page.bits / 8;
-    for (std::uint32_t y0 = 0; y0 < page.height; y0 += tileHeight)
-        for (std::uint32_t x0 = 0; x0 < page.width; x0 += tileWidth)
+    const std::uint64_t tileRowBytes = page.blockWidth * page.PixelBytes();
+    for (std::uint64_t ty = 0; ty < page.down; ++ty)
+        for (std::uint64_t tx = 0; tx < page.across; ++tx)
         {
-            if (TIFFReadTile(tif, tile.data(), x0, y0, 0, 0) != tileBytes)
-                throw CToolError(WithLibraryError(failure));
-            const std::uint32_t rows = std::min(tileHeight, page.height - y0);
-            const std::size_t bytes = std::min(tileWidth, page.width - x0) * pixelBytes;
-            for (std::uint32_t r = 0; r < rows; ++r)
-                std::memcpy(out + (y0 + r) * rowBytes + x0 * pixelBytes, tile.data() + r * tileWidth * pixelBytes, bytes);
+            const std::uint32_t index = static_cast<std::uint32_t>(ty * page.across + tx);
+            if (TIFFReadEncodedTile(tif, index, tile.data(), tileBytes) != tileBytes)
+                Corrupt(where);
+            const std::uint64_t x0 = tx * page.blockWidth, y0 = ty * page.blockHeight;
+            const std::uint64_t rows = std::min<std::uint64_t>(page.blockHeight, page.height - y0);
+            const std::uint64_t bytes = std::min<std::uint64_t>(page.blockWidth, page.width - x0) * page.PixelBytes();
+            for (std::uint64_t r = 0; r < rows; ++r)
+                std::memcpy(out + (y0 + r) * rowBytes + x0 * page.PixelBytes(), tile.data() + r * tileRowBytes, bytes);
         }
+}
+
+CToolError NoMemory(const std::string& path, const Page& page, int depth)
+{
+    return CToolError(QuotedName(path) + ": not enough memory for a " + std::to_string(page.width) + "x" +
+                      std::to_string(page.height) + "x" + std::to_string(depth) + " image");
 }
 
 const TOLX::IImage::CType& TypeOfBits(std::uint16_t bits)
 {
     return bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32;
 }
+
+// Opens the file for libtiff, which never allocates more in one piece than the
+// image may take (its strip and tag arrays come from the file's counts).
+TiffHandle OpenForReading(CInputFile& file, const ImageMemoryLimit& limit)
+{
+    const std::unique_ptr<TIFFOpenOptions, OptionsFreer> options(TIFFOpenOptionsAlloc());
+    if (!options)
+        throw std::bad_alloc();
+    // Its own bookkeeping needs a little even when the image may take nothing.
+    const std::uint64_t largest = std::max<std::uint64_t>(limit.bytes, std::uint64_t{8} << 20);
+    TIFFOpenOptionsSetMaxSingleMemAlloc(
+        options.get(), static_cast<tmsize_t>(std::min<std::uint64_t>(largest, std::numeric_limits<tmsize_t>::max())));
+    // "m": read(), not a memory map, whose pages would count twice and which a
+    // file cut short meanwhile turns into SIGBUS; "c": strips as stored.
+    TiffHandle tif(TIFFFdOpenExt(file.Descriptor(), file.Path().c_str(), "rmc", options.get()));
+    if (!tif)
+        throw CToolError(WithLibraryError(QuotedName(file.Path()) + ": not a readable TIFF file"));
+    file.Release(); // closed with the handle
+    return tif;
+}
 } // namespace
 
-TOLX::CImage ReadTiff(const std::string& path, CProgress& progress)
+std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit& limit, CProgress& progress)
 {
     QuietLibrary();
-    if (std::FILE* probe = std::fopen(path.c_str(), "rb"))
-        std::fclose(probe);
-    else
-        throw CToolError(path + ": cannot open: " + std::strerror(errno));
-    TiffHandle tif(TIFFOpen(path.c_str(), "r"));
-    if (!tif)
-        throw CToolError(WithLibraryError(path + ": not a readable TIFF file"));
+    const std::string path = file.Path();
+    const std::uint64_t fileSize = file.Size();
+    const TiffHandle tif = OpenForReading(file, limit);
 
-    // First walk the pages to learn the depth and to refuse mixed stacks before
-    // allocating the volume.
-    const PageGeometry first = ReadGeometry(tif.get(), PageName(path, 0));
-    std::size_t pages = 1;
-    for (; TIFFReadDirectory(tif.get()); ++pages)
+    // First walk the pages to learn the depth and to refuse a mixed stack, or
+    // one that memory could not hold, before allocating the volume.
+    const Page first = CheckPage(tif.get(), PageName(path, 0), fileSize);
+    std::uint64_t pages = 1;
+    std::uint64_t workBytes = first.workBytes;
+    std::uint64_t ratio = first.ratio;
+    for (;; ++pages)
     {
-        const std::string where = PageName(path, pages);
-        const PageGeometry page = ReadGeometry(tif.get(), where);
+        const std::string where = PageName(path, pages - 1);
+        if (pages > INT32_MAX)
+            throw CToolError(where + "is one more than vorn's images can have");
+        // Pages may share their data, so each one passing its own check does
+        // not bound the whole; the file as a whole must be able to hold them.
+        const std::uint64_t imageBytes = Product(first.bytes, pages);
+        if (imageBytes > Product(fileSize, ratio))
+            Corrupt(where, "the file's " + ShowBytes(fileSize) + " cannot give the " + ShowBytes(imageBytes) +
+                               " of pixels of " + std::to_string(pages) + " pages");
+        const std::uint64_t needed = Sum(imageBytes, workBytes);
+        if (needed > limit.bytes)
+            throw CToolError(where + "brings the image to " + ShowBytes(needed) + ", more than the " +
+                             ShowBytes(limit.bytes) + " that " + limit.origin + " leaves for it");
+        LastLibraryError().clear();
+        if (!TIFFReadDirectory(tif.get()))
+            break;
+        const std::string next = PageName(path, pages);
+        const Page page = CheckPage(tif.get(), next, fileSize);
         if (page.width != first.width || page.height != first.height)
-            throw CToolError(where + "is " + std::to_string(page.width) + "x" + std::to_string(page.height) + ", page 1 is " +
-                             std::to_string(first.width) + "x" + std::to_string(first.height) +
+            throw CToolError(next + "is " + std::to_string(page.width) + "x" + std::to_string(page.height) +
+                             ", page 1 is " + std::to_string(first.width) + "x" + std::to_string(first.height) +
                              "; all pages of a stack must have one size");
         if (page.bits != first.bits)
-            throw CToolError(where + "has " + std::to_string(page.bits) + "-bit pixels, page 1 has " +
+            throw CToolError(next + "has " + std::to_string(page.bits) + "-bit pixels, page 1 has " +
                              std::to_string(first.bits) + "-bit pixels; all pages of a stack must have one pixel type");
+        workBytes = std::max(workBytes, page.workBytes);
+        ratio = std::max(ratio, page.ratio);
     }
     if (!LastLibraryError().empty())
-        throw CToolError(WithLibraryError(PageName(path, pages) + "cannot be read: the file is truncated or corrupt"));
-    if (pages > INT32_MAX)
-        throw CToolError(path + ": too many pages");
+        Corrupt(PageName(path, pages));
 
     const int width = static_cast<int>(first.width);
     const int height = static_cast<int>(first.height);
     const int depth = static_cast<int>(pages);
     try
     {
-        TOLX::CImage image(TypeOfBits(first.bits), TOLX::CSize(width, height, depth));
-        const std::int64_t pageStep = image.Step().Z();
+        auto image = std::make_unique<TOLX::CImage>(TypeOfBits(first.bits), TOLX::CSize(width, height, depth));
+        const std::int64_t pageStep = image->Step().Z();
         CProgressPass pass(progress, "reading", depth);
         // Back to the first page once, then forward page by page: setting each
         // directory by number would walk the chain from the start every time.
         if (!TIFFSetDirectory(tif.get(), 0))
-            throw CToolError(WithLibraryError(PageName(path, 0) + "cannot be read: the file is truncated or corrupt"));
+            Corrupt(PageName(path, 0));
         for (int z = 0; z < depth; ++z)
         {
-            const std::string where = PageName(path, static_cast<std::size_t>(z));
+            const std::string where = PageName(path, static_cast<std::uint64_t>(z));
             if (z > 0 && !TIFFReadDirectory(tif.get()))
-                throw CToolError(WithLibraryError(where + "cannot be read: the file is truncated or corrupt"));
-            ReadPage(tif.get(), first, image.Data() + z * pageStep, where);
+                Corrupt(where);
+            // The file is read a second time: it may have changed meanwhile.
+            const Page page = CheckPage(tif.get(), where, fileSize);
+            if (page.width != first.width || page.height != first.height || page.bits != first.bits ||
+                page.workBytes > workBytes)
+                throw CToolError(where + "changed while vorn was reading the file");
+            ReadPage(tif.get(), page, image->Data() + z * pageStep, where);
             pass.Advance(z + 1);
         }
         return image;
     }
     catch (const std::bad_alloc&)
     {
-        throw CToolError(path + ": not enough memory for a " + std::to_string(width) + "x" + std::to_string(height) + "x" +
-                         std::to_string(depth) + " image");
+        throw NoMemory(path, first, depth);
+    }
+    catch (const std::length_error&)
+    {
+        throw NoMemory(path, first, depth);
     }
 }
 
@@ -237,9 +410,18 @@ void WriteTiff(const std::string& path, const TOLX::CImage& image, CProgress& pr
     const std::size_t totalBytes = rowBytes * static_cast<std::size_t>(image.Height()) * static_cast<std::size_t>(image.Depth());
     // Classic TIFF addresses at most 4 GiB; larger stacks need BigTIFF.
     const bool big = totalBytes > (std::size_t{3} << 30);
-    TiffHandle tif(TIFFOpen(path.c_str(), big ? "w8" : "w"));
+    COutputFile output(path);
+    const std::string failure = QuotedName(path) + ": cannot be written";
+    // libtiff closes the descriptor it is given; the output keeps its own to
+    // flush the file to the disk before renaming it.
+    const int descriptor = dup(output.Descriptor());
+    TiffHandle tif(descriptor < 0 ? nullptr : TIFFFdOpen(descriptor, path.c_str(), big ? "w8" : "w"));
     if (!tif)
-        throw CToolError(WithLibraryError(path + ": cannot be written"));
+    {
+        if (descriptor >= 0)
+            close(descriptor);
+        throw CToolError(WithLibraryError(failure));
+    }
     const std::int64_t pageStep = image.Step().Z();
     CProgressPass pass(progress, "writing", image.Depth());
     for (int z = 0; z < image.Depth(); ++z)
@@ -268,10 +450,10 @@ void WriteTiff(const std::string& path, const TOLX::CImage& image, CProgress& pr
             const std::size_t bytes = std::min(rowsPerStrip, height - row) * rowBytes;
             std::memcpy(strip.data(), slice + row * rowBytes, bytes);
             if (TIFFWriteEncodedStrip(t, index, strip.data(), static_cast<tmsize_t>(bytes)) < 0)
-                throw CToolError(WithLibraryError(path + ": cannot be written"));
+                throw CToolError(WithLibraryError(failure));
         }
         if (!TIFFWriteDirectory(t))
-            throw CToolError(WithLibraryError(path + ": cannot be written"));
+            throw CToolError(WithLibraryError(failure));
         pass.Advance(z + 1);
     }
     // Closing flushes the last bytes; a full disk shows up here.
@@ -280,7 +462,8 @@ void WriteTiff(const std::string& path, const TOLX::CImage& image, CProgress& pr
     const bool failed = !LastLibraryError().empty();
     TIFFClose(t);
     if (failed)
-        throw CToolError(WithLibraryError(path + ": cannot be written"));
+        throw CToolError(WithLibraryError(failure));
+    output.Commit();
 }
 #endif
 } // namespace vorn

@@ -1,0 +1,47 @@
+// The vorn tool's point-file reader on arbitrary text: it gives points of one
+// dimension (at least 2), finite and enough for a hull, or ends in one line;
+// the number parser gives finite numbers or says why not.
+
+#include "PointFile.h"
+#include "ToolError.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    std::istringstream in(text);
+    try
+    {
+        const vorn::PointSet points = vorn::ReadPoints(in, "fuzz");
+        const std::size_t d = points.dimension;
+        if (d < 2 || points.coordinates.size() % d != 0 || points.Count() < d + 1)
+            std::abort();
+        for (const double c : points.coordinates)
+            if (!std::isfinite(c))
+                std::abort();
+    }
+    catch (const vorn::CToolError& error)
+    {
+        const std::string message = error.what();
+        if (message.empty() || message.find('\n') != std::string::npos)
+            std::abort();
+    }
+
+    std::vector<double> numbers;
+    std::string error;
+    if (vorn::ParseNumbers(text.substr(0, text.find('\n')), numbers, error))
+    {
+        for (const double n : numbers)
+            if (!std::isfinite(n))
+                std::abort();
+    }
+    else if (error.empty())
+        std::abort();
+    return 0;
+}
