@@ -420,15 +420,17 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
     std::ofstream(ragged) << "0 0 0\n1 0 0\n\n0 1\n";
     std::ofstream(word) << "# points\n0 0\n1 zero\n";
     std::ofstream(line) << "0 0\n1 1\n2 2\n3 3\n";
-    const std::string fifo = Path("fifo"), directory = Path("dir"), odd = Path("esc\x1b[2J\n.txt");
+    const std::string fifo = Path("fifo"), directory = Path("dir"), odd = Path("esc\x1b[2J\n.txt"),
+                      escaped = Path("esc\x1b[2J.txt");
+    std::ofstream(escaped) << "0 0\n1 x\n";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(directory);
     ExpectOneLineErrors({
-        {"hull '" + ragged + "'", "", ragged + ":4: expected 3 numbers like the first point, found 2", 1},
-        {"hull '" + word + "'", "", word + ":3: 'zero' is not a number", 1},
-        {"hull '" + text + "'", "", text + ": 2 points in 2-D; a hull needs at least 3", 1},
+        {"hull '" + ragged + "'", "", Named(ragged) + ":4: expected 3 numbers like the first point, found 2", 1},
+        {"hull '" + word + "'", "", Named(word) + ":3: 'zero' is not a number", 1},
+        {"hull '" + text + "'", "", Named(text) + ": 2 points in 2-D; a hull needs at least 3", 1},
         {"hull '" + line + "'", "",
-         line + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
+         Named(line) + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
         {"hull", "", "<stdin>: no points", 1},
         {"hull '" + none + "'", "", Named(none) + ": cannot open: No such file or directory", 1},
         {"hull --inside 1,2 -", "0 0 0\n1 0 0\n0 1 0\n0 0 1\n",
@@ -442,6 +444,7 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
         {"hull '" + directory + "'", "", Named(directory) + ": is a directory, not a regular file", 1},
         {"hull /dev/zero", "", "'/dev/zero': is a device, not a regular file", 1},
         {"hull '" + odd + "'", "", "'" + Path("esc") + "\\x1b[2J\\x0a.txt': cannot open: No such file or directory", 1},
+        {"hull '" + escaped + "'", "", "'" + Path("esc") + "\\x1b[2J.txt':2: 'x' is not a number", 1},
         {"", "", "no command given (commands: analyze, hull; see vorn --help)", 2},
     });
 }

@@ -83,7 +83,7 @@ void RunHull(const HullOptions& options, std::istream& standardInput, std::ostre
     }
 
     const bool fromStandardInput = options.file == "-";
-    const std::string source = fromStandardInput ? "<stdin>" : options.file;
+    const std::string source = fromStandardInput ? "<stdin>" : QuotedName(options.file);
     PointSet points;
     if (fromStandardInput)
         points = ReadPoints(standardInput, source);
