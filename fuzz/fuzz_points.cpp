@@ -1,6 +1,6 @@
 // The vorn tool's point-file reader on arbitrary text: it gives points of one
-// dimension (at least 2), finite and enough for a hull, or ends in one line;
-// the number parser gives finite numbers or says why not.
+// dimension (2 to 8), none beyond 1e300 in magnitude and enough for a hull, or ends in one line;
+// the number parser gives numbers within the same bound or says why not.
 
 #include "PointFile.h"
 #include "ToolError.h"
@@ -20,10 +20,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         const vorn::PointSet points = vorn::ReadPoints(in, "fuzz");
         const std::size_t d = points.dimension;
-        if (d < 2 || points.coordinates.size() % d != 0 || points.Count() < d + 1)
+        if (d < vorn::MIN_DIMENSION || d > vorn::MAX_DIMENSION || points.coordinates.size() % d != 0 ||
+            points.Count() < d + 1)
             std::abort();
         for (const double c : points.coordinates)
-            if (!std::isfinite(c))
+            if (!(std::fabs(c) <= vorn::MAX_COORDINATE))
                 std::abort();
     }
     catch (const vorn::CToolError& error)
@@ -38,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (vorn::ParseNumbers(text.substr(0, text.find('\n')), numbers, error))
     {
         for (const double n : numbers)
-            if (!std::isfinite(n))
+            if (!(std::fabs(n) <= vorn::MAX_COORDINATE))
                 std::abort();
     }
     else if (error.empty())
