@@ -40,8 +40,28 @@ template <class... Args>
     (AddArg(message, args), ...);
     throw CException(location, message.c_str());
 }
+
+// One throw site as hosts know it: the function and line of its location
+// record and the message with its %N placeholders. Each file family keeps its
+// sites in one table, so the whole set can be read against what hosts expect;
+// the throwing file and its compile time still come from where it is thrown.
+struct StThrowSite
+{
+    const char* function;
+    int line;
+    const char* message;
+};
+
+template <class... Args>
+[[noreturn]] void ThrowAtSite(const char* dateTime, const char* file, const StThrowSite& site, const Args&... args)
+{
+    ThrowAt(MakeLocation(dateTime, file, site.function, site.line), site.message, args...);
+}
 } // namespace Impl
 } // namespace TOLX
+
+// TOLX_THROW_SITE(site, args...) raises the site of a table (StThrowSite).
+#define TOLX_THROW_SITE(...) ::TOLX::Impl::ThrowAtSite(__DATE__ "-" __TIME__, __FILE__, __VA_ARGS__)
 
 #define TOLX_THROW(function, line, ...)                                                                      \
     ::TOLX::Impl::ThrowAt(::TOLX::Impl::MakeLocation(__DATE__ "-" __TIME__, __FILE__, (function), (line)), \
