@@ -98,22 +98,31 @@ std::vector<Point> DecodePoints(FuzzInput& in, std::size_t d, bool grid)
     return points;
 }
 
-// Three distinct points on one line: a facet through them has no unique
-// normal, and the construction takes the one the decomposition offers.
-bool HasCollinearTriple(const std::vector<Point>& points)
+// Four distinct points on one plane, or three on one line. A facet through
+// three collinear points has no unique normal, and a new facet whose
+// reference point lies on its own plane has no defined side; in both cases
+// the construction goes on from what the decomposition offers. The test is
+// exact: grid coordinates are small integers.
+bool HasCoplanarQuadruple(std::vector<Point> points)
 {
+    std::sort(points.begin(), points.end());
+    points.erase(std::unique(points.begin(), points.end()), points.end());
     const std::size_t n = points.size();
+    const auto minus = [](const Point& p, const Point& q) { return Point{p[0] - q[0], p[1] - q[1], p[2] - q[2]}; };
     for (std::size_t a = 0; a < n; ++a)
         for (std::size_t b = a + 1; b < n; ++b)
             for (std::size_t c = b + 1; c < n; ++c)
             {
-                const Point& p = points[a];
-                const double u[3] = {points[b][0] - p[0], points[b][1] - p[1], points[b][2] - p[2]};
-                const double v[3] = {points[c][0] - p[0], points[c][1] - p[1], points[c][2] - p[2]};
-                const bool distinct = (u[0] != 0 || u[1] != 0 || u[2] != 0) && (v[0] != 0 || v[1] != 0 || v[2] != 0) &&
-                                      (u[0] != v[0] || u[1] != v[1] || u[2] != v[2]);
-                if (distinct && u[1] * v[2] == u[2] * v[1] && u[2] * v[0] == u[0] * v[2] && u[0] * v[1] == u[1] * v[0])
+                const Point u = minus(points[b], points[a]), v = minus(points[c], points[a]);
+                const Point normal{u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
+                if (normal == Point{0, 0, 0})
                     return true;
+                for (std::size_t e = c + 1; e < n; ++e)
+                {
+                    const Point w = minus(points[e], points[a]);
+                    if (normal[0] * w[0] + normal[1] * w[1] + normal[2] * w[2] == 0)
+                        return true;
+                }
             }
     return false;
 }
@@ -125,8 +134,8 @@ bool HasCollinearTriple(const std::vector<Point>& points)
 // 1e-12 of the described algorithm can decide inconsistently: with points
 // 1e-11 apart beside points 100 apart, a facet through the close pair may
 // be built while a far vertex lies above its plane (see docs/robustness.md).
-// In space, three collinear points can make a facet whose normal is not
-// that of a plane through the hull's points, and the described construction
+// In space, three collinear or four coplanar points can make a facet whose
+// normal or side is not that of the hull, and the described construction
 // goes on from it (docs/robustness.md); such inputs are left out too.
 bool IsGrid(const std::vector<Point>& points, std::size_t d)
 {
@@ -136,7 +145,7 @@ bool IsGrid(const std::vector<Point>& points, std::size_t d)
         for (double x : p)
             if (!(std::fabs(x) <= 64.0 && x == std::floor(x)))
                 return false;
-    return d == 2 || !HasCollinearTriple(points);
+    return d == 2 || !HasCoplanarQuadruple(points);
 }
 
 // Coordinates whose facet normals the published SVD routine computes without
