@@ -444,6 +444,11 @@ bool CNrSvd::svdcmpWithoutU(double** a, int m, int n, double* w, double** v)
     return Decompose<false>(a, CRuntimeShape{m, n}, w, v, rv1.get());
 }
 
+bool CSvdWorkspace::Decompose()
+{
+    return CNrSvd::svdcmp(A(), m_m, m_n, W(), V());
+}
+
 void CSvdWorkspace::Prepare(int m, int n)
 {
     // Row 0 and column 0 exist but are never read: the worker is 1-based.
