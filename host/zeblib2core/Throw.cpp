@@ -24,6 +24,15 @@ std::string RepoRelativePath(const char* file)
     return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+std::string Instantiated(const char* function, const char* typeName)
+{
+    std::string name = function;
+    const std::size_t at = name.find("<T>");
+    if (at != std::string::npos)
+        name.replace(at + 1, 1, typeName);
+    return name;
+}
+
 StExLocation MakeLocation(const char* dateTime, const char* file, std::string function, int line)
 {
     StExLocation location;

@@ -57,11 +57,25 @@ template <class... Args>
 {
     ThrowAt(MakeLocation(dateTime, file, site.function, site.line), site.message, args...);
 }
+
+// A member of a class template is known by its instantiation
+// ("TOLX::CMatrix<double>::GetCol"): its site names it with "<T>", which
+// becomes "<typeName>" at the throw.
+ZEBCORE_API std::string Instantiated(const char* function, const char* typeName);
+
+template <class... Args>
+[[noreturn]] void ThrowAtTemplateSite(const char* dateTime, const char* file, const char* typeName,
+                                      const StThrowSite& site, const Args&... args)
+{
+    ThrowAt(MakeLocation(dateTime, file, Instantiated(site.function, typeName), site.line), site.message, args...);
+}
 } // namespace Impl
 } // namespace TOLX
 
-// TOLX_THROW_SITE(site, args...) raises the site of a table (StThrowSite).
+// TOLX_THROW_SITE(site, args...) raises the site of a table (StThrowSite);
+// TOLX_THROW_TEMPLATE_SITE(typeName, site, args...) one whose function names "<T>".
 #define TOLX_THROW_SITE(...) ::TOLX::Impl::ThrowAtSite(__DATE__ "-" __TIME__, __FILE__, __VA_ARGS__)
+#define TOLX_THROW_TEMPLATE_SITE(...) ::TOLX::Impl::ThrowAtTemplateSite(__DATE__ "-" __TIME__, __FILE__, __VA_ARGS__)
 
 #define TOLX_THROW(function, line, ...)                                                                      \
     ::TOLX::Impl::ThrowAt(::TOLX::Impl::MakeLocation(__DATE__ "-" __TIME__, __FILE__, (function), (line)), \

@@ -1,20 +1,12 @@
 #include "Numeric/Matrix.h"
 
 #include "Numeric/ContainerChecks.h"
+#include "Numeric/MatrixSites.h"
 #include "Numeric/TypeName.h"
-#include "zeblib2core/Throw.h"
-
 
 namespace TOLX
 {
-namespace
-{
-template <class T>
-std::string Member(const char* member)
-{
-    return Impl::TemplateMember<T>("TOLX::CMatrix", member);
-}
-} // namespace
+namespace Sites = Impl::MatrixSites;
 
 template <class T>
 CMatrix<T>::CMatrix(std::size_t rows, std::size_t cols)
@@ -37,28 +29,24 @@ CMatrix<T>& CMatrix<T>::operator=(const CMatrix& other)
 template <class T>
 CMatrix<T>::~CMatrix() = default;
 
-// The two accessors word their messages differently ("bounds." without a
-// blank when writing); hosts match on the exact texts.
 template <class T>
-std::size_t CMatrix<T>::Index(std::size_t row, std::size_t col, int line, const char* text) const
+std::size_t CMatrix<T>::Index(std::size_t row, std::size_t col, const Impl::StThrowSite& site) const
 {
     if (row >= m_rows || col >= m_cols)
-        TOLX_THROW(Member<T>("operator ()"), line, text, row, col, m_rows, m_cols);
+        TOLX_THROW_TEMPLATE_SITE(Impl::TypeName<T>::value, site, row, col, m_rows, m_cols);
     return row * m_cols + col;
 }
 
 template <class T>
 T CMatrix<T>::operator()(std::size_t row, std::size_t col) const
 {
-    return m_elements[Index(row, col, 83,
-                            "Index exceeds matrix bounds. Tried to access index (%1,%2) but Matrix size is %3-by-%4")];
+    return m_elements[Index(row, col, Sites::kMatrixRead)];
 }
 
 template <class T>
 T& CMatrix<T>::operator()(std::size_t row, std::size_t col)
 {
-    return m_elements[Index(row, col, 91,
-                            "Index exceeds matrix bounds.Tried to access index (%1,%2) but Matrix size is %3-by-%4")];
+    return m_elements[Index(row, col, Sites::kMatrixWrite)];
 }
 
 template <class T>
@@ -73,8 +61,7 @@ template <class T>
 CMatrix<T> CMatrix<T>::GetCol(std::size_t col) const
 {
     if (col >= m_cols)
-        TOLX_THROW(Member<T>("GetCol"), 179, "Index out of bounds. Tried to access Col %1 but matrix has only %2 Cols",
-                   col, m_cols);
+        TOLX_THROW_TEMPLATE_SITE(Impl::TypeName<T>::value, Sites::kMatrixGetCol, col, m_cols);
     CMatrix result(m_rows, 1);
     for (std::size_t i = 0; i < m_rows; ++i)
         result.m_elements[i] = m_elements[i * m_cols + col];
@@ -85,7 +72,7 @@ template <class T>
 CMatrix<T> CMatrix<T>::operator*(const IMatrix<T>& other) const
 {
     if (m_cols != other.Rows())
-        TOLX_THROW(Member<T>("operator *"), 124, "Trying to multiply non-conform matrices.");
+        TOLX_THROW_TEMPLATE_SITE(Impl::TypeName<T>::value, Sites::kMatrixProduct);
     CMatrix result(*this);
     result *= other;
     return result;

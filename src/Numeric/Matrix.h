@@ -8,6 +8,11 @@
 
 namespace TOLX
 {
+namespace Impl
+{
+struct StThrowSite;
+} // namespace Impl
+
 // Dense row-major matrix: element (i, j) is at i * Cols() + j.
 template <class T>
 class VORN_API CMatrix : public IMatrix<T>
@@ -39,8 +44,8 @@ public:
     T* Data() noexcept { return m_elements.data(); }
 
 private:
-    // Row-major position of (row, col); out of bounds throws text at line.
-    std::size_t Index(std::size_t row, std::size_t col, int line, const char* text) const;
+    // Row-major position of (row, col); out of bounds raises the accessor's site.
+    std::size_t Index(std::size_t row, std::size_t col, const Impl::StThrowSite& site) const;
 
     std::size_t m_rows = 0;
     std::size_t m_cols = 0;

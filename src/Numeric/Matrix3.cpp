@@ -1,6 +1,6 @@
 #include "Numeric/Matrix3.h"
 
-#include "zeblib2core/Throw.h"
+#include "Numeric/MatrixSites.h"
 
 #include <cmath>
 #include <limits>
@@ -12,11 +12,6 @@ namespace
 {
 // Determinants at or below the smallest normal double count as singular.
 constexpr double determinantThreshold = std::numeric_limits<double>::min();
-
-const char* const elementMessage =
-    "Index exceeds matrix bounds. Tried to access index (%1,%2) but Matrix size is 3-by-3";
-// The row is a literal 1: the index fills %2, the only placeholder.
-const char* const columnMessage = "Index exceeds matrix bounds. Tried to access index (1,%2) but Matrix size is 3-by-3";
 } // namespace
 
 CMatrix3::CMatrix3(const CVec3& t0, const CVec3& t1, const CVec3& t2) : m_t{t0, t1, t2} {}
@@ -29,36 +24,35 @@ CMatrix3::CMatrix3(double s0, double s1, double s2, double s3, double s4, double
 double& CMatrix3::operator()(std::size_t i, std::size_t j)
 {
     if (i >= 3 || j >= 3)
-        TOLX_THROW("TOLX::CMatrix3::operator ()", 114, elementMessage, i, j);
+        TOLX_THROW_SITE(Impl::MatrixSites::kMatrix3Write, i, j);
     return m_t[j][static_cast<int>(i)];
 }
 
 double CMatrix3::operator()(std::size_t i, std::size_t j) const
 {
     if (i >= 3 || j >= 3)
-        TOLX_THROW("TOLX::CMatrix3::operator ()", 124, elementMessage, i, j);
+        TOLX_THROW_SITE(Impl::MatrixSites::kMatrix3Read, i, j);
     return m_t[j][static_cast<int>(i)];
 }
 
 CVec3 CMatrix3::Row(std::size_t i) const
 {
     if (i >= 3)
-        TOLX_THROW("TOLX::CMatrix3::Row", 151,
-                   "Index exceeds matrix bounds. Tried to access index (%1,*) but Matrix size is 3-by-3", i);
+        TOLX_THROW_SITE(Impl::MatrixSites::kMatrix3Row, i);
     return m_t[i];
 }
 
 CVec3 CMatrix3::Col(std::size_t i) const
 {
     if (i >= 3)
-        TOLX_THROW("TOLX::CMatrix3::Col", 165, columnMessage, i);
+        TOLX_THROW_SITE(Impl::MatrixSites::kMatrix3ColRead, i);
     return m_t[i];
 }
 
 CVec3& CMatrix3::Col(std::size_t i)
 {
     if (i >= 3)
-        TOLX_THROW("TOLX::CMatrix3::Col", 175, columnMessage, i);
+        TOLX_THROW_SITE(Impl::MatrixSites::kMatrix3ColWrite, i);
     return m_t[i];
 }
 
@@ -146,7 +140,6 @@ CMatrix3 CMatrix3::Identity() { return CMatrix3(CVec3::E_x(), CVec3::E_y(), CVec
 void CMatrix3::Reshape(std::size_t rows, std::size_t cols)
 {
     if (rows != 3 || cols != 3)
-        TOLX_THROW("TOLX::CMatrix3::Reshape", 245,
-                   "Reshape into other dimensions than (3,3) is not possible for an instance of CMatrix3.");
+        TOLX_THROW_SITE(Impl::MatrixSites::kMatrix3Reshape);
 }
 } // namespace TOLX

@@ -1,19 +1,16 @@
 #include "Numeric/MatrixInterface.h"
 
+#include "Numeric/MatrixSites.h"
 #include "Numeric/TypeName.h"
-#include "zeblib2core/Throw.h"
 
 #include <vector>
 
 namespace TOLX
 {
+namespace Sites = Impl::MatrixSites;
+
 namespace
 {
-template <class T>
-std::string Member(const char* member)
-{
-    return Impl::TemplateMember<T>("TOLX::IMatrix", member);
-}
 
 // Row-major copy of all elements, read through the virtual accessor.
 template <class T>
@@ -30,10 +27,10 @@ std::vector<T> ElementsOf(const IMatrix<T>& m)
 }
 // Element-wise operations need equal shapes, rows compared first.
 template <class T>
-void RequireSameShape(const IMatrix<T>& self, const IMatrix<T>& other, const char* member, int line, const char* text)
+void RequireSameShape(const IMatrix<T>& self, const IMatrix<T>& other, const Impl::StThrowSite& site)
 {
     if (self.Rows() != other.Rows() || self.Cols() != other.Cols())
-        TOLX_THROW(Member<T>(member), line, text, self.Rows(), self.Cols(), other.Rows(), other.Cols());
+        TOLX_THROW_TEMPLATE_SITE(Impl::TypeName<T>::value, site, self.Rows(), self.Cols(), other.Rows(), other.Cols());
 }
 } // namespace
 
@@ -77,8 +74,7 @@ IMatrix<T>& IMatrix<T>::operator*=(const IMatrix& other)
     const std::size_t m = Rows();
     const std::size_t n = Cols();
     if (n != other.Rows())
-        TOLX_THROW(Member<T>("operator *="), 85, "Tried to multiply %1-by-%2 *= %3-by-%4 matrices", m, n, other.Rows(),
-                   other.Cols());
+        TOLX_THROW_TEMPLATE_SITE(Impl::TypeName<T>::value, Sites::kInterfaceProduct, m, n, other.Rows(), other.Cols());
     const std::vector<T> copy = ElementsOf(*this);
     Reshape(m, other.Cols());
     // B is read through its accessor on every use, after the reshape and
@@ -108,7 +104,7 @@ IMatrix<T>& IMatrix<T>::operator*=(const T& factor)
 template <class T>
 IMatrix<T>& IMatrix<T>::operator+=(const IMatrix& other)
 {
-    RequireSameShape(*this, other, "operator +=", 130, "Tried to add %1-by-%2 and %3-by-%4 matrices");
+    RequireSameShape(*this, other, Sites::kInterfaceSum);
     for (std::size_t i = 0; i < Rows(); ++i)
         for (std::size_t j = 0; j < Cols(); ++j)
             (*this)(i, j) += other(i, j);
@@ -139,7 +135,7 @@ void IMatrix<T>::Transpose()
 template <class T>
 IMatrix<T>& IMatrix<T>::operator-=(const IMatrix& other)
 {
-    RequireSameShape(*this, other, "operator -=", 145, "Tried to subtract %1-by-%2 and %3-by-%4 matrices");
+    RequireSameShape(*this, other, Sites::kInterfaceDifference);
     for (std::size_t i = 0; i < Rows(); ++i)
         for (std::size_t j = 0; j < Cols(); ++j)
             (*this)(i, j) -= other(i, j);
@@ -154,7 +150,7 @@ void IMatrix<T>::AddRows(const IMatrix& other)
     const std::size_t rows = Rows();
     const std::size_t cols = Cols();
     if (other.Cols() != cols)
-        TOLX_THROW(Member<T>("AddRows"), 176, "Tried to concatenate %1-dim rows to %2-dim rows", other.Cols(), cols);
+        TOLX_THROW_TEMPLATE_SITE(Impl::TypeName<T>::value, Sites::kInterfaceAddRows, other.Cols(), cols);
     const std::size_t added = other.Rows();
     const std::vector<T> mine = ElementsOf(*this);
     const std::vector<T> theirs = ElementsOf(other);
@@ -173,7 +169,7 @@ void IMatrix<T>::AddCols(const IMatrix& other)
     const std::size_t rows = Rows();
     const std::size_t cols = Cols();
     if (other.Rows() != rows)
-        TOLX_THROW(Member<T>("AddCols"), 209, "Tried to concatenate %1-dim Cols to %2-dim Cols", other.Rows(), rows);
+        TOLX_THROW_TEMPLATE_SITE(Impl::TypeName<T>::value, Sites::kInterfaceAddCols, other.Rows(), rows);
     const std::size_t added = other.Cols();
     const std::vector<T> mine = ElementsOf(*this);
     const std::vector<T> theirs = ElementsOf(other);

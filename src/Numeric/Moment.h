@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Numeric/ContainerChecks.h"
 #include "Numeric/Export.h"
 #include "Numeric/SymmMatrix.h"
 #include "zeblib2core/Throw.h"
@@ -8,6 +7,7 @@
 #include "zeblib2core/Value.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace TOLX
@@ -61,6 +61,84 @@ inline double WeightTimes(CUnitWeight, double x) noexcept
 {
     return x;
 }
+
+// The ten raw sums of one point set, mpqr = sum of w * x^p * y^q * z^r, in
+// the order the update below writes them: each product is used as soon as it
+// is formed, and the sums of a label are written front to back.
+struct StMomentSums
+{
+    double m000 = 0;
+    double m100 = 0;
+    double m200 = 0;
+    double m110 = 0;
+    double m101 = 0;
+    double m010 = 0;
+    double m020 = 0;
+    double m011 = 0;
+    double m001 = 0;
+    double m002 = 0;
+
+    // The one per-point update, for a weight or for CObjectMoment's unit
+    // weight. The products are formed as (w * x) * y and so on, which fixes
+    // the rounding of every sum, in any host build; each sum takes one
+    // addition, so the order of the statements changes no bit. Weights are
+    // not validated.
+    template <class Weight>
+    void Add(Weight w, double x, double y, double z) noexcept
+    {
+        m000 += Impl::Weight(w);
+        const double wx = WeightTimes(w, x);
+        m100 += wx;
+        m200 += Rounded(wx * x);
+        m110 += Rounded(wx * y);
+        m101 += Rounded(wx * z);
+        const double wy = WeightTimes(w, y);
+        m010 += wy;
+        m020 += Rounded(wy * y);
+        m011 += Rounded(wy * z);
+        const double wz = WeightTimes(w, z);
+        m001 += wz;
+        m002 += Rounded(wz * z);
+    }
+};
+
+// What the computations leave for one label of CObjectMoment besides its
+// sums, in flat arrays: no matrices, nothing on the heap.
+struct StMomentResults
+{
+    double center[3] = {};
+    double excentricity = 0;
+    double norm[6] = {};         // normed moments 200, 020, 002, 110, 101, 011
+    double tensor[6] = {};       // upper triangle, row by row: xx, xy, xz, yy, yz, zz
+    double eigenvalues[3] = {};  // ordered
+    double eigenvectors[9] = {}; // row-major, the axes in the columns
+    // Set by a reset and before the first computation: the tensor, the
+    // eigenvalues and the eigenvectors then read as the identity, zeros and
+    // the identity; the stored ones only still give the axes.
+    bool decompositionCleared = true;
+    // 0 before the first computation, else the dimension it ran in: the axes
+    // are the stored eigenvector columns, their z component 0 below 3-D.
+    std::int8_t axesDimension = 0;
+};
+
+// The checks of this header. The library raises them from here, the file
+// that hosts know these throw sites by.
+enum class EnMomentCheck
+{
+    Dimension,
+    SetDimension,
+    ObjectSetDimension,
+    PixelLabel,
+    QueryLabel
+};
+
+[[noreturn]] VORN_API void ThrowMomentCheck(EnMomentCheck check);
+
+// Only ThrowMomentCheck calls it, with the check's record from the table.
+[[noreturn]] inline void RaiseFromMomentHeader(const StThrowSite& site)
+{
+    TOLX_THROW_SITE(site);
+}
 } // namespace Impl
 
 // Geometric moments up to second order of one weighted point set in 2-D or
@@ -68,16 +146,13 @@ inline double WeightTimes(CUnitWeight, double x) noexcept
 // mass, the central second moments, a covariance or inertia tensor with its
 // principal axes, and in 2-D the excentricity. Moment sums are named mpqr
 // after the exponents of x, y and z.
-//
-// The dimension checks are defined here in the header: host applications know
-// these throw sites by this file.
 class VORN_API CMoment
 {
 public:
     explicit CMoment(int64 dimension) : m_dimension(dimension)
     {
         if (!IsValidDimension(dimension))
-            TOLX_THROW("TOLX::CMoment::CMoment", 72, "dimension not valid, only 2 and 3 supported");
+            Impl::ThrowMomentCheck(Impl::EnMomentCheck::Dimension);
         Reset();
     }
     CMoment(const CMoment& other) = default;
@@ -88,16 +163,14 @@ public:
     void SetDimension(int64 dimension)
     {
         if (!IsValidDimension(dimension))
-            TOLX_THROW("TOLX::CMoment::SetDimension", 78, "dimension not valid, only 2 and 3 supported");
+            Impl::ThrowMomentCheck(Impl::EnMomentCheck::SetDimension);
         m_dimension = dimension;
     }
     // Read only by getInertiaMoments() and getScaledInertiaAxes().
     void SetScaleInvariance(bool on) { m_scaleInvariance = on; }
 
     // Adds one point of weight w at (x, y, z); in 2-D callers pass z = 0.
-    // Weights are not validated. The products are formed as (w * x) * y and
-    // so on, which fixes the rounding of every sum, in any host build.
-    void operator()(double w, double x, double y, double z) noexcept { Accumulate(w, x, y, z); }
+    void operator()(double w, double x, double y, double z) noexcept { m_sums.Add(w, x, y, z); }
 
     // Starts a new point set. The derived values (centre of mass, normed
     // moments, excentricity, axes) and both flags stay as they were.
@@ -110,20 +183,20 @@ public:
     // every call and leaves the inertia mode as it was.
     void Compute();
 
-    double Mass() const { return m_m000; }
-    double MomentX() const { return m_m100; }
-    double MomentY() const { return m_m010; }
-    double MomentZ() const { return m_m001; }
-    double getM000() const { return m_m000; }
-    double getM100() const { return m_m100; }
-    double getM010() const { return m_m010; }
-    double getM001() const { return m_m001; }
-    double getM200() const { return m_m200; }
-    double getM020() const { return m_m020; }
-    double getM002() const { return m_m002; }
-    double getM110() const { return m_m110; }
-    double getM101() const { return m_m101; }
-    double getM011() const { return m_m011; }
+    double Mass() const { return m_sums.m000; }
+    double MomentX() const { return m_sums.m100; }
+    double MomentY() const { return m_sums.m010; }
+    double MomentZ() const { return m_sums.m001; }
+    double getM000() const { return m_sums.m000; }
+    double getM100() const { return m_sums.m100; }
+    double getM010() const { return m_sums.m010; }
+    double getM001() const { return m_sums.m001; }
+    double getM200() const { return m_sums.m200; }
+    double getM020() const { return m_sums.m020; }
+    double getM002() const { return m_sums.m002; }
+    double getM110() const { return m_sums.m110; }
+    double getM101() const { return m_sums.m101; }
+    double getM011() const { return m_sums.m011; }
 
     double CenterOfMassX() const { return m_centerX; }
     double CenterOfMassY() const { return m_centerY; }
@@ -163,43 +236,15 @@ private:
     friend class CObjectMoment;
 
     static bool IsValidDimension(int64 dimension) { return dimension == 2 || dimension == 3; }
-    // The one per-point update, for a weight or for CObjectMoment's unit
-    // weight.
-    template <class Weight>
-    void Accumulate(Weight w, double x, double y, double z) noexcept
-    {
-        const double wx = Impl::WeightTimes(w, x);
-        const double wy = Impl::WeightTimes(w, y);
-        const double wz = Impl::WeightTimes(w, z);
-        m_m000 += Impl::Weight(w);
-        m_m100 += wx;
-        m_m010 += wy;
-        m_m001 += wz;
-        m_m200 += Impl::Rounded(wx * x);
-        m_m020 += Impl::Rounded(wy * y);
-        m_m002 += Impl::Rounded(wz * z);
-        m_m110 += Impl::Rounded(wx * y);
-        m_m101 += Impl::Rounded(wx * z);
-        m_m011 += Impl::Rounded(wy * z);
-    }
     void SetTensor(double xx, double xy, double xz, double yy, double yz, double zz);
     void SetCenterOfMass();
     void Decompose();
     void FillValueMap(CValueMap& map) const;
 
-    double m_m000 = 0;
-    double m_m100 = 0;
-    double m_m010 = 0;
-    double m_m001 = 0;
+    Impl::StMomentSums m_sums;
     double m_centerX = 0;
     double m_centerY = 0;
     double m_centerZ = 0;
-    double m_m200 = 0;
-    double m_m020 = 0;
-    double m_m002 = 0;
-    double m_m110 = 0;
-    double m_m101 = 0;
-    double m_m011 = 0;
     double m_excentricity = 0;
     bool m_scaleInvariance = false;
     bool m_inertiaMode = false;
@@ -216,9 +261,15 @@ private:
     std::vector<CTriple<double>> m_inertiaVectors;
 };
 
-// One moment accumulator per object label of a labelled image (labels
-// 0 .. count - 1), so that a single pass over the pixels feeds every object.
-// Every pixel weighs 1; a pixel count per label is kept beside the sums.
+// The moments of every object label of a labelled image (labels 0 .. count -
+// 1), so that a single pass over the pixels feeds every object. Every pixel
+// weighs 1; a pixel count per label is kept beside the sums. Each label
+// answers exactly as a CMoment of its own would; its sums and results are
+// kept in flat per-label arrays, without the heap matrices of a CMoment.
+//
+// The label test is signed and one-sided, in the pixel update and in every
+// query: a label beyond the last fails with "Label exceeds size", a negative
+// one gets past it and fails the container's own subscript check.
 class VORN_API CObjectMoment
 {
 public:
@@ -230,22 +281,16 @@ public:
     void SetDimension(int64 dimension)
     {
         if (!CMoment::IsValidDimension(dimension))
-            TOLX_THROW("TOLX::CObjectMoment::SetDimension", 258, "dimension not valid, only 2 and 3 supported");
+            Impl::ThrowMomentCheck(Impl::EnMomentCheck::ObjectSetDimension);
         m_dimension = dimension;
-        for (CMoment& moment : m_moments)
-            moment.SetDimension(dimension);
     }
 
-    // Adds one pixel of weight 1 to the label. The label test is signed and
-    // one-sided, like every label test of this class: a negative label gets
-    // past it and then fails the container's own subscript check.
+    // Adds one pixel of weight 1 to the label.
     void operator()(int64 label, double x, double y, double z)
     {
-        if (label >= static_cast<int64>(m_moments.size()))
-            TOLX_THROW("TOLX::CObjectMoment::operator ()", 304, "Label exceeds size");
-        Impl::CheckedAt(m_moments, static_cast<std::size_t>(label)).Accumulate(Impl::CUnitWeight{}, x, y, z);
-        // Both vectors have one element per label, so the index is valid here too.
-        ++m_pixelCounts[static_cast<std::size_t>(label)];
+        const std::size_t index = Index(label, Impl::EnMomentCheck::PixelLabel);
+        m_sums[index].Add(Impl::CUnitWeight{}, x, y, z);
+        ++m_pixelCounts[index];
     }
 
     // Resets every label's sums; the pixel counts keep counting across resets.
@@ -254,38 +299,35 @@ public:
     // in ascending label order; labels without pixels are skipped.
     void Compute();
 
-    double Mass(int64 label) const { return Forward(&CMoment::Mass, label); }
-    double MomentX(int64 label) const { return Forward(&CMoment::MomentX, label); }
-    double MomentY(int64 label) const { return Forward(&CMoment::MomentY, label); }
-    double MomentZ(int64 label) const { return Forward(&CMoment::MomentZ, label); }
-    double getM000(int64 label) const { return Forward(&CMoment::getM000, label); }
-    double getM100(int64 label) const { return Forward(&CMoment::getM100, label); }
-    double getM010(int64 label) const { return Forward(&CMoment::getM010, label); }
-    double getM001(int64 label) const { return Forward(&CMoment::getM001, label); }
-    double getM200(int64 label) const { return Forward(&CMoment::getM200, label); }
-    double getM020(int64 label) const { return Forward(&CMoment::getM020, label); }
-    double getM002(int64 label) const { return Forward(&CMoment::getM002, label); }
-    double getM110(int64 label) const { return Forward(&CMoment::getM110, label); }
-    double getM101(int64 label) const { return Forward(&CMoment::getM101, label); }
-    double getM011(int64 label) const { return Forward(&CMoment::getM011, label); }
-    double CenterOfMassX(int64 label) const { return Forward(&CMoment::CenterOfMassX, label); }
-    double CenterOfMassY(int64 label) const { return Forward(&CMoment::CenterOfMassY, label); }
-    double CenterOfMassZ(int64 label) const { return Forward(&CMoment::CenterOfMassZ, label); }
-    CTriple<int64> CenterOfMass(int64 label) const { return Forward(&CMoment::CenterOfMass, label); }
-    double getExcentricity(int64 label) const { return Forward(&CMoment::getExcentricity, label); }
-    double getNormM200(int64 label) const { return Forward(&CMoment::getNormM200, label); }
-    double getNormM020(int64 label) const { return Forward(&CMoment::getNormM020, label); }
-    double getNormM002(int64 label) const { return Forward(&CMoment::getNormM002, label); }
-    double getNormM110(int64 label) const { return Forward(&CMoment::getNormM110, label); }
-    double getNormM101(int64 label) const { return Forward(&CMoment::getNormM101, label); }
-    double getNormM011(int64 label) const { return Forward(&CMoment::getNormM011, label); }
-    std::vector<double> getInertiaMoments(int64 label) const { return Forward(&CMoment::getInertiaMoments, label); }
-    CSymmMatrix<double> getInertiaAxes(int64 label) const { return Forward(&CMoment::getInertiaAxes, label); }
-    CSymmMatrix<double> getTensorMatrix(int64 label) const { return Forward(&CMoment::getTensorMatrix, label); }
-    CSymmMatrix<double> getScaledInertiaAxes(int64 label) const
-    {
-        return Forward(&CMoment::getScaledInertiaAxes, label);
-    }
+    double Mass(int64 label) const { return Sums(label).m000; }
+    double MomentX(int64 label) const { return Sums(label).m100; }
+    double MomentY(int64 label) const { return Sums(label).m010; }
+    double MomentZ(int64 label) const { return Sums(label).m001; }
+    double getM000(int64 label) const { return Sums(label).m000; }
+    double getM100(int64 label) const { return Sums(label).m100; }
+    double getM010(int64 label) const { return Sums(label).m010; }
+    double getM001(int64 label) const { return Sums(label).m001; }
+    double getM200(int64 label) const { return Sums(label).m200; }
+    double getM020(int64 label) const { return Sums(label).m020; }
+    double getM002(int64 label) const { return Sums(label).m002; }
+    double getM110(int64 label) const { return Sums(label).m110; }
+    double getM101(int64 label) const { return Sums(label).m101; }
+    double getM011(int64 label) const { return Sums(label).m011; }
+    double CenterOfMassX(int64 label) const { return Results(label).center[0]; }
+    double CenterOfMassY(int64 label) const { return Results(label).center[1]; }
+    double CenterOfMassZ(int64 label) const { return Results(label).center[2]; }
+    CTriple<int64> CenterOfMass(int64 label) const;
+    double getExcentricity(int64 label) const { return Results(label).excentricity; }
+    double getNormM200(int64 label) const { return Results(label).norm[0]; }
+    double getNormM020(int64 label) const { return Results(label).norm[1]; }
+    double getNormM002(int64 label) const { return Results(label).norm[2]; }
+    double getNormM110(int64 label) const { return Results(label).norm[3]; }
+    double getNormM101(int64 label) const { return Results(label).norm[4]; }
+    double getNormM011(int64 label) const { return Results(label).norm[5]; }
+    std::vector<double> getInertiaMoments(int64 label) const;
+    CSymmMatrix<double> getInertiaAxes(int64 label) const;
+    CSymmMatrix<double> getTensorMatrix(int64 label) const;
+    CSymmMatrix<double> getScaledInertiaAxes(int64 label) const;
 
     // Labels that never received a pixel are left out; a label with pixels
     // must have been computed.
@@ -294,22 +336,34 @@ public:
 protected:
     bool checkLabel(int64 label) const
     {
-        if (label >= static_cast<int64>(m_moments.size()))
-            TOLX_THROW("TOLX::CObjectMoment::checkLabel", 558, "Label exceeds size");
+        if (label >= static_cast<int64>(m_sums.size()))
+            Impl::ThrowMomentCheck(Impl::EnMomentCheck::QueryLabel);
         return true;
     }
 
 private:
-    // Every per-label query: the label test, then the same-named CMoment getter.
-    template <class Result>
-    Result Forward(Result (CMoment::*getter)() const, int64 label) const
+    static std::size_t LabelCount(int64 labelCount, int64 dimension);
+    // One unsigned test covers both ways a label can fail.
+    std::size_t Index(int64 label, Impl::EnMomentCheck check) const
     {
-        checkLabel(label);
-        return (Impl::CheckedAt(m_moments, static_cast<std::size_t>(label)).*getter)();
+        const auto index = static_cast<std::size_t>(label);
+        if (index >= m_sums.size())
+            RejectLabel(label, check);
+        return index;
     }
+    [[noreturn]] void RejectLabel(int64 label, Impl::EnMomentCheck check) const;
+    const Impl::StMomentSums& Sums(int64 label) const { return m_sums[Index(label, Impl::EnMomentCheck::QueryLabel)]; }
+    const Impl::StMomentResults& Results(int64 label) const
+    {
+        return m_results[Index(label, Impl::EnMomentCheck::QueryLabel)];
+    }
+    // The label as the CMoment it stands for, and back after a computation.
+    CMoment Restore(std::size_t index) const;
+    void Keep(std::size_t index, const CMoment& moment);
 
     int64 m_dimension;
-    std::vector<CMoment> m_moments;
+    std::vector<Impl::StMomentSums> m_sums;
     std::vector<int64> m_pixelCounts;
+    std::vector<Impl::StMomentResults> m_results;
 };
 } // namespace TOLX

@@ -1,7 +1,6 @@
 #include "Numeric/Numeric.h"
 
 #include "Numeric/Matrix.h"
-#include "Numeric/helpers/nrSVD.h"
 
 #include <utility>
 

@@ -4,12 +4,42 @@
 #include "Numeric/MatrixInterface.h"
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 namespace TOLX
 {
-class CSvdWorkspace;
+// Work arrays for CNumeric::Svd, kept by a caller across calls: repeated
+// decompositions of matrices up to the size of earlier ones allocate nothing.
+// The arrays are 1-based, laid out in one block with their row pointers:
+//   A  m rows of n columns: the matrix on entry, the columns of U on return;
+//   W  n values: the singular values;
+//   V  n rows of n columns: the columns of V.
+class VORN_API CSvdWorkspace
+{
+public:
+    // Sizes the arrays for an m-by-n input; storage only ever grows. Element
+    // values are left as they are: the caller fills A()[1..m][1..n].
+    void Prepare(int m, int n);
+
+    double** A() noexcept { return m_rowPointers.data(); }
+    double* W() noexcept { return m_w; }
+    double** V() noexcept { return m_rowPointers.data() + m_aRows; }
+
+    // Decomposes the prepared arrays in place; false when a singular value
+    // does not converge.
+    bool Decompose();
+
+private:
+    std::vector<double> m_values;
+    std::vector<double*> m_rowPointers;
+    std::size_t m_aRows = 0;
+    double* m_w = nullptr;
+    int m_m = 0;
+    int m_n = 0;
+};
 
 namespace Impl
 {

@@ -1,17 +1,96 @@
 #include "Numeric/SymmMatrix.h"
 
+#include "Numeric/ContainerChecks.h"
+#include "Numeric/MatrixSites.h"
+#include "Numeric/TypeName.h"
+
 #include <cmath>
 #include <cstring>
+#include <iostream>
+#include <utility>
 
 namespace TOLX
 {
+namespace
+{
+// n * n in 64-bit signed arithmetic, so a negative dimension has a positive
+// square; false where the square would overflow.
+bool SquareOf(int64 n, int64& square)
+{
+    return !__builtin_mul_overflow(n, n, &square);
+}
+
+bool IsSquareOf(std::size_t size, int64 n)
+{
+    int64 square = 0;
+    return SquareOf(n, square) && size == static_cast<std::size_t>(square);
+}
+
+template <class T>
+[[noreturn]] void Raise(const Impl::StThrowSite& site)
+{
+    Impl::RaiseFromSymmMatrixHeader(site, Impl::TypeName<T>::value);
+}
+} // namespace
+
+template <class T>
+T& CSymmMatrix<T>::At(std::size_t row, std::size_t col)
+{
+    return Impl::CheckedAt(m_elements, static_cast<std::size_t>(m_n) * row + col);
+}
+
+template <class T>
+T CSymmMatrix<T>::At(std::size_t row, std::size_t col) const
+{
+    return Impl::CheckedAt(m_elements, static_cast<std::size_t>(m_n) * row + col);
+}
+
+template <class T>
+CSymmMatrix<T>::CSymmMatrix(std::vector<T> values, int64 n) : m_elements(std::move(values)), m_n(n)
+{
+    if (!IsSquareOf(m_elements.size(), n))
+        Raise<T>(Impl::MatrixSites::kSymmValues);
+}
+
+template <class T>
+void CSymmMatrix<T>::SetColumnLength(std::vector<T> lengths)
+{
+    if (static_cast<int64>(lengths.size()) != m_n)
+        Raise<T>(Impl::MatrixSites::kSymmColumnLengths);
+    std::vector<T> factors(lengths.size());
+    for (std::size_t j = 0; j < factors.size(); ++j)
+        factors[j] = lengths[j] / GetColumnLength(static_cast<int64>(j));
+    ScaleColumns(std::move(factors));
+}
+
+// The offending matrix goes to standard output first, so that the report of a
+// failed decomposition shows what was handed in.
+template <class T>
+void CSymmMatrix<T>::RequireSymmetric() const
+{
+    if (IsSymmetric())
+        return;
+    std::cout << "Print Matrix:\n";
+    Print(std::cout) << std::endl;
+    Raise<T>(Impl::MatrixSites::kSymmNotSymmetric);
+}
+
+template <class T>
+void CSymmMatrix<T>::Reshape(std::size_t rows, std::size_t cols)
+{
+    if (rows != cols)
+        Raise<T>(Impl::MatrixSites::kSymmReshape);
+    m_elements.resize(Impl::CheckedArea<T>(rows, rows), T(0));
+    m_n = static_cast<int64>(rows);
+}
+
 // n * n zeros and ones on the diagonal. A negative n keeps its positive
 // square as the storage size and has no diagonal to set.
 template <class T>
 CSymmMatrix<T>::CSymmMatrix(int64 n) : m_n(n)
 {
     int64 square = 0;
-    if (!Impl::SquareOf(n, square))
+    if (!SquareOf(n, square))
         Impl::ThrowTooLong();
     m_elements.assign(Impl::CheckedLength<T>(static_cast<std::size_t>(square)), T(0));
     for (int64 i = 0; i < n; ++i)

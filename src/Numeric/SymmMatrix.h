@@ -1,17 +1,12 @@
 #pragma once
 
-#include "Numeric/ContainerChecks.h"
 #include "Numeric/Export.h"
 #include "Numeric/MatrixInterface.h"
-#include "Numeric/TypeName.h"
 #include "zeblib2core/Throw.h"
 #include "zeblib2core/Types.h"
 
-#include <cmath>
 #include <cstddef>
-#include <iostream>
 #include <ostream>
-#include <utility>
 #include <vector>
 
 namespace TOLX
@@ -65,74 +60,24 @@ public:
     void SolveEigenProblem(CSymmMatrix& eigenvectors, std::vector<T>& eigenvalues, T eps) const;
 
 private:
-    std::size_t Index(std::size_t row, std::size_t col) const { return static_cast<std::size_t>(m_n) * row + col; }
-    T& At(std::size_t row, std::size_t col) { return Impl::CheckedAt(m_elements, Index(row, col)); }
-    T At(std::size_t row, std::size_t col) const { return Impl::CheckedAt(m_elements, Index(row, col)); }
+    // The element at n * row + col, checked against the storage only.
+    T& At(std::size_t row, std::size_t col);
+    T At(std::size_t row, std::size_t col) const;
     void RequireSymmetric() const;
 
     std::vector<T> m_elements;
     int64 m_n;
 };
 
-// The checks that raise the library's own messages are defined here in the
-// header: host applications know these throw sites by this file.
-
 namespace Impl
 {
-// n * n in 64-bit signed arithmetic, so a negative dimension has a positive
-// square; false where the square would overflow.
-inline bool SquareOf(int64 n, int64& square)
+// Raises a site of the symmetric matrix from this header, the file that
+// hosts know its checks by. Only the library's own code calls it.
+[[noreturn]] inline void RaiseFromSymmMatrixHeader(const StThrowSite& site, const char* typeName)
 {
-    return !__builtin_mul_overflow(n, n, &square);
-}
-
-inline bool IsSquareOf(std::size_t size, int64 n)
-{
-    int64 square = 0;
-    return SquareOf(n, square) && size == static_cast<std::size_t>(square);
+    TOLX_THROW_TEMPLATE_SITE(typeName, site);
 }
 } // namespace Impl
-
-template <class T>
-CSymmMatrix<T>::CSymmMatrix(std::vector<T> values, int64 n) : m_elements(std::move(values)), m_n(n)
-{
-    if (!Impl::IsSquareOf(m_elements.size(), n))
-        TOLX_THROW(Impl::TemplateMember<T>("TOLX::CSymmMatrix", "CSymmMatrix"), 104, "invalid parameter vector");
-}
-
-template <class T>
-void CSymmMatrix<T>::SetColumnLength(std::vector<T> lengths)
-{
-    if (static_cast<int64>(lengths.size()) != m_n)
-        TOLX_THROW(Impl::TemplateMember<T>("TOLX::CSymmMatrix", "SetColumnLength"), 217,
-                   "invalid vector length in SetColumnLength");
-    std::vector<T> factors(lengths.size());
-    for (std::size_t j = 0; j < factors.size(); ++j)
-        factors[j] = lengths[j] / GetColumnLength(static_cast<int64>(j));
-    ScaleColumns(std::move(factors));
-}
-
-// The offending matrix goes to standard output first, so that the report of a
-// failed decomposition shows what was handed in.
-template <class T>
-void CSymmMatrix<T>::RequireSymmetric() const
-{
-    if (IsSymmetric())
-        return;
-    std::cout << "Print Matrix:\n";
-    Print(std::cout) << std::endl;
-    TOLX_THROW(Impl::TemplateMember<T>("TOLX::CSymmMatrix", "SolveEigenProblem"), 250, "Matrix is not symmetric");
-}
-
-template <class T>
-void CSymmMatrix<T>::Reshape(std::size_t rows, std::size_t cols)
-{
-    if (rows != cols)
-        TOLX_THROW(Impl::TemplateMember<T>("TOLX::CSymmMatrix", "Reshape"), 485,
-                   "Symmetric matrix must have an equal number of rows and columns.");
-    m_elements.resize(Impl::CheckedArea<T>(rows, rows), T(0));
-    m_n = static_cast<int64>(rows);
-}
 
 extern template class CSymmMatrix<double>;
 } // namespace TOLX

@@ -1,5 +1,6 @@
 #include "Numeric/TripleGeometry.h"
 
+#include "Numeric/GeometrySites.h"
 #include "Numeric/TripleArithmetic.h"
 
 #include <array>
@@ -29,20 +30,20 @@ CPlane::CPlane(CTriple<double> point, CTriple<double> normal)
     : m_planePoint(point), m_normalVector(normal), m_distanceToOrigin(Dot(point, normal))
 {
     if (!IsUnitLength(m_normalVector))
-        Detail::ThrowPlaneNormalNotUnit(39);
+        Detail::RaiseFromGeometryHeader(Impl::GeometrySites::kPlaneFromPoint);
 }
 
 CPlane::CPlane(CTriple<double> normal, double distance)
     : m_planePoint(normal * distance), m_normalVector(normal), m_distanceToOrigin(distance)
 {
     if (!IsUnitLength(m_normalVector))
-        Detail::ThrowPlaneNormalNotUnit(45);
+        Detail::RaiseFromGeometryHeader(Impl::GeometrySites::kPlaneFromDistance);
 }
 
 CLine::CLine(CTriple<double> direction, CTriple<double> point) : m_direction(direction), m_point(point)
 {
     if (!IsUnitLength(m_direction))
-        Detail::ThrowLineDirectionNotUnit();
+        Detail::RaiseFromGeometryHeader(Impl::GeometrySites::kLineDirection);
 }
 
 CTriple<double> CLine::GetPoint(double lambda) const
@@ -61,8 +62,7 @@ double CLine::LambdaOfIntersectionWithPlane(const CPlane& plane) const
     const CTriple<double> normal = plane.GetNormalVector();
     const double cosine = Dot(m_direction, normal);
     if (cosine < eps)
-        TOLX_THROW("TOLX::Geometry::CLine::LambdaOfIntersectionWithPlane", 22,
-                   "Plane and Line are parallel -> no intersection");
+        TOLX_THROW_SITE(Impl::GeometrySites::kLineParallelToPlane);
     return (plane.GetDistanceToOrigin() - Dot(m_point, normal)) / cosine;
 }
 } // namespace Geometry

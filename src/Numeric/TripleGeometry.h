@@ -19,17 +19,12 @@ namespace Geometry
 
 namespace Detail
 {
-// The constructors' throw sites. They live in this header, where hosts have
-// always found them in the location record, and are called only from the
-// library's own implementation of the constructors.
-[[noreturn]] inline void ThrowPlaneNormalNotUnit(int line)
+// Raises a constructor's site from this header, where hosts have always found
+// them in the location record. Only the library's own implementation of the
+// constructors calls it.
+[[noreturn]] inline void RaiseFromGeometryHeader(const Impl::StThrowSite& site)
 {
-    TOLX_THROW("TOLX::Geometry::CPlane::CPlane", line, "Plane normal vector needs to be normalized!");
-}
-
-[[noreturn]] inline void ThrowLineDirectionNotUnit()
-{
-    TOLX_THROW("TOLX::Geometry::CLine::CLine", 96, "Line direction needs to be normalized!");
+    TOLX_THROW_SITE(site);
 }
 } // namespace Detail
 

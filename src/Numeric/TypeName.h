@@ -1,13 +1,11 @@
 #pragma once
 
-#include <string>
-
 namespace TOLX
 {
 namespace Impl
 {
 // The element type's name as it appears in the function names of location
-// records, e.g. "TOLX::IMatrix<float>::AddRows".
+// records, e.g. "TOLX::IMatrix<float>::AddRows". Internal: not installed.
 template <class T>
 struct TypeName;
 
@@ -22,11 +20,5 @@ struct TypeName<float>
 {
     static constexpr const char* value = "float";
 };
-
-template <class T>
-std::string TemplateMember(const char* classPath, const char* member)
-{
-    return std::string(classPath) + "<" + TypeName<T>::value + ">::" + member;
-}
 } // namespace Impl
 } // namespace TOLX

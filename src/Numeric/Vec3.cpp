@@ -1,6 +1,6 @@
 #include "Numeric/Vec3.h"
 
-#include "zeblib2core/Throw.h"
+#include "Numeric/MatrixSites.h"
 
 #include <cmath>
 #include <limits>
@@ -13,11 +13,6 @@ namespace
 constexpr double equalityTolerance = std::numeric_limits<double>::epsilon();
 // Lengths at or below the smallest normal double are not normalised.
 constexpr double lengthThreshold = std::numeric_limits<double>::min();
-
-const char* const componentPairMessage =
-    "Index exceeds matrix bounds. Tried to access index (%1,%2) but Matrix size is 3-by-1";
-const char* const componentSizeMessage =
-    "Index exceeds matrix bounds. Tried to access index (%1) but Matrix size is %3-by-%4";
 
 // Negative indices wrap to huge values and fail the same test.
 bool IsComponent(int i) { return static_cast<unsigned>(i) < 3u; }
@@ -118,36 +113,35 @@ bool CVec3::IsNotNull() const { return !IsNull(); }
 double& CVec3::operator()(std::size_t i, std::size_t j)
 {
     if (j != 0 || i >= 3)
-        TOLX_THROW("TOLX::CVec3::operator ()", 96, componentPairMessage, i, j);
+        TOLX_THROW_SITE(Impl::MatrixSites::kVecWrite, i, j);
     return m_c[i];
 }
 
 double CVec3::operator()(std::size_t i, std::size_t j) const
 {
     if (j != 0 || i >= 3)
-        TOLX_THROW("TOLX::CVec3::operator ()", 106, componentPairMessage, i, j);
+        TOLX_THROW_SITE(Impl::MatrixSites::kVecRead, i, j);
     return m_c[i];
 }
 
 double CVec3::operator[](int i) const
 {
     if (!IsComponent(i))
-        TOLX_THROW("TOLX::CVec3::operator []", 116,
-                   "Index exceeds matrix bounds. Tried to access index (%1) but Matrix size is 3-by-1", i);
+        TOLX_THROW_SITE(Impl::MatrixSites::kVecSubscriptRead, i);
     return m_c[i];
 }
 
 double& CVec3::operator[](int i)
 {
     if (!IsComponent(i))
-        TOLX_THROW("TOLX::CVec3::operator []", 126, componentSizeMessage, i, 3, 1);
+        TOLX_THROW_SITE(Impl::MatrixSites::kVecSubscriptWrite, i, 3, 1);
     return m_c[i];
 }
 
 double CVec3::Row(int i) const
 {
     if (!IsComponent(i))
-        TOLX_THROW("TOLX::CVec3::Row", 211, componentSizeMessage, i, 3, 1);
+        TOLX_THROW_SITE(Impl::MatrixSites::kVecRow, i, 3, 1);
     return m_c[i];
 }
 
@@ -185,7 +179,6 @@ void CVec3::WriteDoubles(double* values) const
 void CVec3::Reshape(std::size_t rows, std::size_t cols)
 {
     if (rows != 3 || cols != 1)
-        TOLX_THROW("TOLX::CVec3::Reshape", 308,
-                   "Reshape into other dimensions than (3,1) is not possible for an instance of CVec3.");
+        TOLX_THROW_SITE(Impl::MatrixSites::kVecReshape);
 }
 } // namespace TOLX

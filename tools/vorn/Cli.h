@@ -1,11 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <istream>
+#include <ostream>
 #include <string>
 #include <vector>
 
 namespace vorn
 {
+class CProgress;
+
 struct AnalyzeOptions
 {
     std::string image; // empty: the built-in sample volume
@@ -23,20 +27,18 @@ struct HullOptions
 
 struct CommandLine
 {
-    enum EnCommand
-    {
-        HELP,
-        ANALYZE,
-        HULL
-    } command = HELP;
+    std::string command = "help"; // "help" or the name of one of the tool's commands
     AnalyzeOptions analyze;
     HullOptions hull;
 };
 
 // The text `vorn --help` prints.
-const char* Usage();
+std::string Usage();
 
 // Reads the arguments after the program name. A wrong command line is a
 // CToolError of kind USAGE.
 CommandLine ParseCommandLine(const std::vector<std::string>& arguments);
+
+// Runs the line's command (or prints the usage); failures are CToolError.
+void RunCommandLine(const CommandLine& line, std::istream& in, std::ostream& out, CProgress& progress);
 } // namespace vorn

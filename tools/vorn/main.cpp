@@ -2,7 +2,6 @@
 // on the command line.
 
 #include "Cli.h"
-#include "Commands.h"
 #include "Progress.h"
 #include "ToolError.h"
 
@@ -19,12 +18,7 @@ int main(int argc, char** argv)
     {
         const CommandLine line = ParseCommandLine(std::vector<std::string>(argv + 1, argv + argc));
         CProgress progress = CProgress::ForStandardError();
-        switch (line.command)
-        {
-        case CommandLine::HELP: std::cout << Usage(); break;
-        case CommandLine::ANALYZE: RunAnalyze(line.analyze, std::cout, progress); break;
-        case CommandLine::HULL: RunHull(line.hull, std::cin, std::cout); break;
-        }
+        RunCommandLine(line, std::cin, std::cout, progress);
         std::cout.flush();
         if (!std::cout)
         {

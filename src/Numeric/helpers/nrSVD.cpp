@@ -1,6 +1,6 @@
 #include "Numeric/helpers/nrSVD.h"
 
-#include "zeblib2core/Throw.h"
+#include "Numeric/MatrixSites.h"
 
 #include <algorithm>
 #include <cmath>
@@ -404,7 +404,7 @@ public:
         {
             m_heap.reset(new (std::nothrow) double[static_cast<std::size_t>(n) + 1]);
             if (!m_heap)
-                TOLX_THROW("CNrSvd::svdcmp", 60, "Memory allocation error.");
+                TOLX_THROW_SITE(Impl::MatrixSites::kSvdWorkVector);
             m_values = m_heap.get();
         }
     }
@@ -442,6 +442,11 @@ bool CNrSvd::svdcmpWithoutU(double** a, int m, int n, double* w, double** v)
     }
     CWorkVector rv1(n);
     return Decompose<false>(a, CRuntimeShape{m, n}, w, v, rv1.get());
+}
+
+bool CSvdWorkspace::Decompose()
+{
+    return CNrSvd::svdcmp(A(), m_m, m_n, W(), V());
 }
 
 void CSvdWorkspace::Prepare(int m, int n)

@@ -1,9 +1,7 @@
 #pragma once
 
 #include "Numeric/Export.h"
-
-#include <cstddef>
-#include <vector>
+#include "Numeric/Numeric.h" // CSvdWorkspace, the worker's arrays kept across calls
 
 namespace TOLX
 {
@@ -25,31 +23,5 @@ public:
     // time; every other shape runs with sizes known only at run time.
     static bool svdcmpWithoutU(double** a, int m, int n, double* w, double** v);
     static constexpr int kLargestFixedDimension = 8;
-};
-
-// The worker's a, w and v laid out in one block with their row pointers.
-// Keeping one workspace alive across calls makes repeated decompositions of
-// matrices up to the same size free of allocations.
-class VORN_API CSvdWorkspace
-{
-public:
-    // Sizes the arrays for an m-by-n input; storage only ever grows. Element
-    // values are left as they are: the caller fills a[1..m][1..n].
-    void Prepare(int m, int n);
-
-    double** A() noexcept { return m_rowPointers.data(); }
-    double* W() noexcept { return m_w; }
-    double** V() noexcept { return m_rowPointers.data() + m_aRows; }
-
-    // Runs the worker on the prepared arrays.
-    bool Decompose() { return CNrSvd::svdcmp(A(), m_m, m_n, W(), V()); }
-
-private:
-    std::vector<double> m_values;
-    std::vector<double*> m_rowPointers;
-    std::size_t m_aRows = 0;
-    double* m_w = nullptr;
-    int m_m = 0;
-    int m_n = 0;
 };
 } // namespace TOLX
