@@ -5,7 +5,7 @@
 // construction compared bit for bit.
 
 #include "ExpectThrow.h"
-#include "Numeric/helpers/HullLookup.h"
+#include "Numeric/hull/Lookup.h"
 
 #include <algorithm>
 #include <cmath>

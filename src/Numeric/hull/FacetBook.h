@@ -1,0 +1,127 @@
+#pragma once
+
+// The hull engine's records of its facets, kept beside the facets instead
+// of inside them: one record per slot, found from a facet through its
+// handle (Impl::CHullHandle). A record says which computer list holds the
+// facet and where (so it is unlinked without a search), its serial in the
+// outside queue, the epoch of its last visit by a horizon search, the
+// stamp of its last distribution, and what a distribution learnt about its
+// outside set (the memo below).
+//
+// Invariants: a handle is trusted only when the record of its slot names
+// the same facet, so a stale or foreign handle simply finds nothing; slots
+// are never reused while the book lives. A record whose facet the engine
+// does not own may outlive the facet; it is then never read again, since
+// no live object carries its slot. Internal header; not stable API.
+
+#include "Numeric/Facet.h"
+#include "Numeric/hull/HullAccess.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <vector>
+
+namespace TOLX
+{
+namespace Impl
+{
+enum class EnFacetList : unsigned char
+{
+    NONE,
+    FACETS,
+    NEW_FACETS,
+    SPARE // released: kept by the engine for reuse
+};
+
+struct CFacetRecord
+{
+    using COutsideNode = std::list<CMatrix<double>>::iterator;
+
+    CFacet* facet = nullptr;
+    bool owned = false; // the engine deletes the facet when it goes
+    EnFacetList list = EnFacetList::NONE;
+    std::list<CFacet*>::iterator position{};
+    std::size_t serial = 0; // 0: not queued since the last restart
+    std::uint64_t visit = 0;
+    std::uint64_t stamp = 0;
+    // The outside memo: the set's nodes in the order they were added (the
+    // list runs the other way) and the node getFurthest would pick. Valid
+    // only while outsideKnown holds and the facet reports no outside edit.
+    bool outsideKnown = false;
+    COutsideNode furthest{};
+    std::vector<COutsideNode> outsideNodes;
+
+    void forgetOutside()
+    {
+        outsideNodes.clear();
+        outsideKnown = false;
+    }
+
+    // What a facet rebuilt for reuse starts with.
+    void restart()
+    {
+        forgetOutside();
+        serial = 0;
+        visit = 0;
+        stamp = 0;
+        list = EnFacetList::NONE;
+    }
+};
+
+class CFacetBook
+{
+public:
+    // The record of f, or null when f has none here.
+    CFacetRecord* find(const CFacet* f)
+    {
+        const std::size_t slot = CHullAccess::Slot(*f);
+        return slot < m_records.size() && m_records[slot].facet == f ? &m_records[slot] : nullptr;
+    }
+
+    // The record of f, made now if f has none. References to records stay
+    // valid until the next record is made.
+    CFacetRecord& of(CFacet* f)
+    {
+        if (CFacetRecord* r = find(f))
+            return *r;
+        reserveOne();
+        CHullAccess::SetSlot(*f, m_records.size());
+        m_records.emplace_back();
+        m_records.back().facet = f;
+        return m_records.back();
+    }
+
+    // Room for one more record, so that making it cannot fail.
+    void reserveOne()
+    {
+        if (m_records.size() == m_records.capacity())
+            m_records.reserve(2 * m_records.size() + 16);
+    }
+
+    bool knowsOutside(const CFacet* f)
+    {
+        const CFacetRecord* r = find(f);
+        return r != nullptr && r->outsideKnown && !CHullAccess::OutsideEdited(*f);
+    }
+
+    // The memo of f from now on describes its outside set as it is.
+    void trustOutside(CFacet* f, CFacetRecord& r)
+    {
+        r.outsideKnown = true;
+        CHullAccess::ClearOutsideEdit(*f);
+    }
+
+    template <class Visit>
+    void forEachOwned(Visit&& visit) const
+    {
+        for (const CFacetRecord& r : m_records)
+            if (r.owned)
+                visit(r.facet);
+    }
+
+private:
+    std::vector<CFacetRecord> m_records;
+};
+} // namespace Impl
+} // namespace TOLX
