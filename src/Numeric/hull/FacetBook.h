@@ -34,39 +34,25 @@ enum class EnFacetList : unsigned char
     SPARE // released: kept by the engine for reuse
 };
 
-struct CFacetRecord
+// One cache line per record: the lookups on the construction's hot paths
+// touch one line each.
+struct alignas(64) CFacetRecord
 {
     using COutsideNode = std::list<CMatrix<double>>::iterator;
 
     CFacet* facet = nullptr;
     bool owned = false; // the engine deletes the facet when it goes
     EnFacetList list = EnFacetList::NONE;
+    // The outside memo: the node getFurthest would pick and (in the book,
+    // by slot) the set's nodes in the order they were added, the list
+    // running the other way. Valid only while outsideKnown holds and the
+    // facet reports no outside edit.
+    bool outsideKnown = false;
     std::list<CFacet*>::iterator position{};
     std::size_t serial = 0; // 0: not queued since the last restart
     std::uint64_t visit = 0;
     std::uint64_t stamp = 0;
-    // The outside memo: the set's nodes in the order they were added (the
-    // list runs the other way) and the node getFurthest would pick. Valid
-    // only while outsideKnown holds and the facet reports no outside edit.
-    bool outsideKnown = false;
     COutsideNode furthest{};
-    std::vector<COutsideNode> outsideNodes;
-
-    void forgetOutside()
-    {
-        outsideNodes.clear();
-        outsideKnown = false;
-    }
-
-    // What a facet rebuilt for reuse starts with.
-    void restart()
-    {
-        forgetOutside();
-        serial = 0;
-        visit = 0;
-        stamp = 0;
-        list = EnFacetList::NONE;
-    }
 };
 
 class CFacetBook
@@ -88,6 +74,7 @@ public:
         reserveOne();
         CHullAccess::SetSlot(*f, m_records.size());
         m_records.emplace_back();
+        m_outsideNodes.emplace_back();
         m_records.back().facet = f;
         return m_records.back();
     }
@@ -96,7 +83,32 @@ public:
     void reserveOne()
     {
         if (m_records.size() == m_records.capacity())
+        {
             m_records.reserve(2 * m_records.size() + 16);
+            m_outsideNodes.reserve(m_records.capacity());
+        }
+    }
+
+    // The nodes of the outside memo of r.
+    std::vector<CFacetRecord::COutsideNode>& outsideNodes(const CFacetRecord& r)
+    {
+        return m_outsideNodes[static_cast<std::size_t>(&r - m_records.data())];
+    }
+
+    void forgetOutside(CFacetRecord& r)
+    {
+        outsideNodes(r).clear();
+        r.outsideKnown = false;
+    }
+
+    // What a facet rebuilt for reuse starts with.
+    void restart(CFacetRecord& r)
+    {
+        forgetOutside(r);
+        r.serial = 0;
+        r.visit = 0;
+        r.stamp = 0;
+        r.list = EnFacetList::NONE;
     }
 
     bool knowsOutside(const CFacet* f)
@@ -122,6 +134,7 @@ public:
 
 private:
     std::vector<CFacetRecord> m_records;
+    std::vector<std::vector<CFacetRecord::COutsideNode>> m_outsideNodes; // by slot
 };
 } // namespace Impl
 } // namespace TOLX

@@ -53,7 +53,7 @@ CFacet* CFacetPool::makeFacetOn(CFacetConnector* c, const CMatrix<double>& p)
     CFacet* f = m_spareFacets.back();
     CHullAccess::Respan(*f, c, p);
     m_spareFacets.pop_back();
-    m_book.of(f).restart();
+    m_book.restart(m_book.of(f));
     return f;
 }
 

@@ -62,10 +62,10 @@ void CPointDistribution::takeOutside(CPoints& points, CFacet* g, bool copy, bool
     const bool known = book.knowsOutside(g);
     CFacetRecord& record = book.of(g);
     if (known)
-        m_horizonNodes.push_back(std::move(record.outsideNodes));
+        m_horizonNodes.push_back(std::move(book.outsideNodes(record)));
     else
         m_horizonNodesKnown = false;
-    record.forgetOutside();
+    book.forgetOutside(record);
     const std::size_t count = outside.size();
     points.splice(points.begin(), outside);
     if (count != 0)
@@ -177,11 +177,11 @@ void CPointDistribution::moveTo(CPoints& points, CNode node, CTarget& t, double 
 void CPointDistribution::learnOutside(CTarget& t, CFacetBook& book)
 {
     CFacetRecord& record = book.of(t.facet);
-    record.forgetOutside();
+    book.forgetOutside(record);
     if (!t.fresh)
         return;
     if (!t.nodes.empty())
-        record.outsideNodes.swap(t.nodes);
+        book.outsideNodes(record).swap(t.nodes);
     record.furthest = t.furthest;
     book.trustOutside(t.facet, record);
 }

@@ -12,8 +12,9 @@ namespace
 {
 bool SameColumns(const CMatrix<double>& V, std::size_t a, std::size_t b)
 {
-    for (std::size_t i = 0; i < V.Rows(); ++i)
-        if (!(V.Data()[i * V.Cols() + a] == V.Data()[i * V.Cols() + b]))
+    const std::size_t cols = ColsOfValue(V);
+    for (std::size_t i = 0; i < RowsOfValue(V); ++i)
+        if (!(V.Data()[i * cols + a] == V.Data()[i * cols + b]))
             return false;
     return true;
 }
@@ -31,13 +32,13 @@ std::size_t CRidgeIndex::index(const std::list<CFacetConnector*>& horizon, CFace
 
     m_firstSlot.assign(1, 0);
     for (const CFacetConnector* c : m_ridges)
-        m_firstSlot.push_back(m_firstSlot.back() + c->getVertices().Cols());
+        m_firstSlot.push_back(m_firstSlot.back() + ColsOfValue(c->getVertices()));
     const bool hashed = hashRidges(candidates);
 
     m_matchBegin.clear();
     m_matches.clear();
     for (std::size_t r = 0; r < m_ridges.size(); ++r)
-        for (std::size_t k = 0; k < m_ridges[r]->getVertices().Cols(); ++k)
+        for (std::size_t k = 0; k < vertexCount(r); ++k)
         {
             m_matchBegin.push_back(m_matches.size());
             if (hashed)
@@ -83,14 +84,16 @@ bool CRidgeIndex::hashRidges(std::size_t candidates)
     for (const CFacetConnector* c : m_ridges)
     {
         const CMatrix<double>& V = c->getVertices();
-        if (V.Cols() != m_ridges.front()->getVertices().Cols())
+        const std::size_t rows = RowsOfValue(V);
+        const std::size_t cols = ColsOfValue(V);
+        if (cols != ColsOfValue(m_ridges.front()->getVertices()))
             return false;
-        for (std::size_t j = 0; j < V.Cols(); ++j)
+        for (std::size_t j = 0; j < cols; ++j)
         {
-            std::uint64_t h = MixHash(V.Rows());
-            for (std::size_t i = 0; i < V.Rows(); ++i)
+            std::uint64_t h = MixHash(rows);
+            for (std::size_t i = 0; i < rows; ++i)
             {
-                const double x = V.Data()[i * V.Cols() + j];
+                const double x = V.Data()[i * cols + j];
                 if (std::isnan(x))
                     return false;
                 h = MixHash(h ^ CoordinateBits(x));
