@@ -386,8 +386,7 @@ TEST(Hull, VertexListsUseTheirOwnTolerances)
     EXPECT_EQ(count(0, 1e-7, true), 6u);
 }
 
-// Facet pointers are shared, points and equations are copies. A facet a
-// caller assigns to stays the computer's own, deleted once with the others.
+// Facet pointers are shared, points and equations are copies; assigned-to facets stay owned.
 TEST(Hull, AssignmentSharesFacetsButCopiesValues)
 {
     CConvexHullComputer b = HullOf({{0, 0}, {2, 0}, {0, 2}, {2, 2}});
