@@ -58,15 +58,11 @@ inline const double* ColumnStart(const CMatrix<double>& M, std::size_t rows, std
 
 // True when x can take part in a 1-by-d row product with a (0, 0) element;
 // otherwise the generic product must run so that it raises its own message.
-inline bool FitsRowProduct(std::size_t d, const CMatrix<double>& x)
-{
-    return x.Rows() == d && x.Cols() != 0;
-}
-
 inline bool ValueFitsRowProduct(std::size_t d, const CMatrix<double>& x)
 {
     return RowsOfValue(x) == d && ColsOfValue(x) != 0;
 }
+
 // out := M without column `skip` (skip < M.Cols()); out keeps its storage
 // when its size does not change.
 inline void CopyWithoutColumn(const CMatrix<double>& M, std::size_t skip, CMatrix<double>& out)
