@@ -89,11 +89,12 @@ public:
         }
     }
 
+    std::size_t slotOf(const CFacetRecord& r) const { return static_cast<std::size_t>(&r - m_records.data()); }
+    // The record of a slot slotOf gave, as long as its facet is the same.
+    CFacetRecord& at(std::size_t slot) { return m_records[slot]; }
+
     // The nodes of the outside memo of r.
-    std::vector<CFacetRecord::COutsideNode>& outsideNodes(const CFacetRecord& r)
-    {
-        return m_outsideNodes[static_cast<std::size_t>(&r - m_records.data())];
-    }
+    std::vector<CFacetRecord::COutsideNode>& outsideNodes(const CFacetRecord& r) { return m_outsideNodes[slotOf(r)]; }
 
     void forgetOutside(CFacetRecord& r)
     {
@@ -111,10 +112,10 @@ public:
         r.list = EnFacetList::NONE;
     }
 
-    bool knowsOutside(const CFacet* f)
+    // Whether the outside memo of r describes its facet's outside set.
+    static bool knowsOutside(const CFacetRecord& r)
     {
-        const CFacetRecord* r = find(f);
-        return r != nullptr && r->outsideKnown && !CHullAccess::OutsideEdited(*f);
+        return r.outsideKnown && !CHullAccess::OutsideEdited(*r.facet);
     }
 
     // The memo of f from now on describes its outside set as it is.

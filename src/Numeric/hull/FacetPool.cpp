@@ -64,15 +64,18 @@ CFacetConnector* CFacetPool::makeConnector(CFacet* visible, CFacet* hidden, CMat
     {
         MakeRoom(m_connectors);
         MakeRoom(m_connectorSpare);
+        MakeRoom(m_made);
         CFacetConnector* c = new CFacetConnector(visible, hidden, ridge, opposite);
-        addConnector(c);
+        m_made.emplace_back(c, addConnector(c));
         return c;
     }
+    MakeRoom(m_made);
     const std::size_t slot = m_spareConnectors.back();
     m_spareConnectors.pop_back();
     m_connectorSpare[slot] = 0;
     CFacetConnector* c = m_connectors[slot];
     CHullAccess::Reset(*c, visible, hidden, ridge, opposite);
+    m_made.emplace_back(c, slot);
     return c;
 }
 
@@ -86,9 +89,25 @@ void CFacetPool::recycle(CFacet* f)
     m_spareFacets.push_back(f);
 }
 
-void CFacetPool::recycle(CFacetConnector* c)
+void CFacetPool::recycleHorizon(const std::list<CFacetConnector*>& horizon, bool sole)
 {
-    const std::size_t slot = slotOf(c);
+    for (CFacetConnector* c : horizon)
+    {
+        if (!sole)
+            break;
+        if (!m_made.empty() && m_made.back().first == c)
+        {
+            recycleSlot(m_made.back().second);
+            m_made.pop_back();
+        }
+        else
+            recycleSlot(slotOf(c));
+    }
+    m_made.clear();
+}
+
+void CFacetPool::recycleSlot(std::size_t slot)
+{
     if (m_connectorSpare[slot] != 0)
         return;
     m_connectorSpare[slot] = 1;

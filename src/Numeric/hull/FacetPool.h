@@ -18,6 +18,8 @@
 #include "Numeric/hull/Lookup.h"
 
 #include <cstddef>
+#include <list>
+#include <utility>
 #include <vector>
 
 namespace TOLX
@@ -46,16 +48,20 @@ public:
     void keep(CFacet* f) { m_book.of(f).owned = true; }
     void keep(CFacetConnector* c) { slotOf(c); }
 
-    // Takes f or c back as a spare: as far as callers can tell, it has been
-    // destroyed. A caller's object is kept from then on; a spare is not
+    // Takes f back as a spare: as far as callers can tell, it has been
+    // destroyed. A caller's facet is kept from then on; a spare is not
     // released a second time.
     void recycle(CFacet* f);
-    void recycle(CFacetConnector* c);
+    // The same for the connectors of a horizon (newest first, as the
+    // horizon lists them) when `sole`; either way the pool forgets which
+    // connectors it made for this horizon.
+    void recycleHorizon(const std::list<CFacetConnector*>& horizon, bool sole);
 
 private:
     // The connector's slot, after taking it into keeping if need be.
     std::size_t slotOf(CFacetConnector* c);
     std::size_t addConnector(CFacetConnector* c);
+    void recycleSlot(std::size_t slot);
 
     CFacetBook& m_book;
     std::vector<CFacet*> m_spareFacets;
@@ -63,6 +69,9 @@ private:
     std::vector<char> m_connectorSpare;         // by slot
     std::vector<std::size_t> m_spareConnectors; // slots
     CChainTable m_connectorIndex;               // address -> slot
+    // The connectors made since the last horizon was recycled, with their
+    // slots (a connector's slot never changes), which saves the index.
+    std::vector<std::pair<CFacetConnector*, std::size_t>> m_made;
 };
 } // namespace Impl
 } // namespace TOLX

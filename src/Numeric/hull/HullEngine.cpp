@@ -125,9 +125,10 @@ void CHullEngine::distribute(const CHullLists& lists, const std::list<CFacet*>& 
 CFacet* CHullEngine::nextOutsideFacet(CMatrix<double>& p)
 {
     return m_queue.next([&](CFacet* f) {
-        if (m_book.knowsOutside(f) && !CHullAccess::OutsideSet(*f).empty())
+        const CFacetRecord& r = m_book.of(f);
+        if (CFacetBook::knowsOutside(r) && !CHullAccess::OutsideSet(*f).empty())
         {
-            p = *m_book.of(f).furthest;
+            p = *r.furthest;
             return true;
         }
         return f->getFurthest(p);
@@ -143,15 +144,16 @@ EnHorizonSearch CHullEngine::searchHorizon(const CHullLists& lists, CFacet* f, c
     ensureTracked(lists);
     const std::size_t pRows = p.Rows();
     const std::size_t pCols = p.Cols();
-    auto enter = [&](CFacet* g) {
+    auto enter = [&](CFacetRecord& r) {
+        CFacet* g = r.facet;
         lists.visibleFacets.push_front(g);
-        m_book.of(g).visit = m_epoch;
+        r.visit = m_epoch;
         const std::size_t outsideCount = CHullAccess::OutsideSet(*g).size();
-        m_distribution.takeOutside(lists.points, g, copy, lists.visibleFacets.size() == 1, m_book);
+        m_distribution.takeOutside(lists.points, r, copy, lists.visibleFacets.size() == 1, m_book);
         m_horizonFrames.push_back({g, 0, outsideCount});
     };
     m_horizonFrames.clear();
-    enter(f);
+    enter(m_book.of(f));
     while (!m_horizonFrames.empty())
     {
         CHorizonFrame& frame = m_horizonFrames.back();
@@ -171,8 +173,9 @@ EnHorizonSearch CHullEngine::searchHorizon(const CHullLists& lists, CFacet* f, c
         }
         if (CHullTraits::IsAboveShaped(g, p, pRows, pCols))
         {
-            if (m_book.of(g).visit != m_epoch)
-                enter(g);
+            CFacetRecord& r = m_book.of(g);
+            if (r.visit != m_epoch)
+                enter(r);
             continue;
         }
         if (current->hasVertex(p))
@@ -243,9 +246,7 @@ void CHullEngine::buildAlongHorizon(const CHullLists& lists, CFacetConnector* st
 
 void CHullEngine::clearHorizon(const CHullLists& lists, bool sole)
 {
-    for (CFacetConnector* c : lists.horizon)
-        if (sole)
-            m_pool.recycle(c);
+    m_pool.recycleHorizon(lists.horizon, sole);
     lists.horizon.clear();
 }
 

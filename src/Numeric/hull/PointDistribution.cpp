@@ -44,7 +44,7 @@ void CPointDistribution::distribute(CPoints& points, const std::list<CFacet*>& L
     m_horizonNodesKnown = false;
 }
 
-void CPointDistribution::takeOutside(CPoints& points, CFacet* g, bool copy, bool first, CFacetBook& book)
+void CPointDistribution::takeOutside(CPoints& points, CFacetRecord& r, bool copy, bool first, CFacetBook& book)
 {
     if (first)
     {
@@ -52,6 +52,7 @@ void CPointDistribution::takeOutside(CPoints& points, CFacet* g, bool copy, bool
         m_horizonNodesKnown = points.empty();
         m_lent.clear();
     }
+    CFacet* g = r.facet;
     std::list<CMatrix<double>>& outside = CHullAccess::OutsideSet(*g);
     if (copy)
     {
@@ -59,13 +60,11 @@ void CPointDistribution::takeOutside(CPoints& points, CFacet* g, bool copy, bool
         points.insert(points.begin(), outside.cbegin(), outside.cend());
         return;
     }
-    const bool known = book.knowsOutside(g);
-    CFacetRecord& record = book.of(g);
-    if (known)
-        m_horizonNodes.push_back(std::move(book.outsideNodes(record)));
+    if (CFacetBook::knowsOutside(r))
+        m_horizonNodes.push_back(std::move(book.outsideNodes(r)));
     else
         m_horizonNodesKnown = false;
-    book.forgetOutside(record);
+    book.forgetOutside(r);
     const std::size_t count = outside.size();
     points.splice(points.begin(), outside);
     if (count != 0)
@@ -140,6 +139,7 @@ bool CPointDistribution::prepareTargets(const std::list<CFacet*>& L, CFacetBook&
         }
         t.nodes.clear();
         CFacetRecord& record = book.of(f);
+        t.slot = book.slotOf(record);
         repeated = repeated || record.stamp == m_stamp;
         record.stamp = m_stamp;
     }
@@ -176,7 +176,7 @@ void CPointDistribution::moveTo(CPoints& points, CNode node, CTarget& t, double 
 
 void CPointDistribution::learnOutside(CTarget& t, CFacetBook& book)
 {
-    CFacetRecord& record = book.of(t.facet);
+    CFacetRecord& record = book.at(t.slot);
     book.forgetOutside(record);
     if (!t.fresh)
         return;

@@ -43,10 +43,10 @@ public:
     void distribute(CPoints& points, const std::list<CFacet*>& L, const std::list<CFacet*>* visible,
                     CFacetBook& book);
 
-    // The horizon search puts the outside set of visible facet g in front of
-    // `points`: a copy, or the nodes themselves, lent until g is deleted.
-    // first: g is the first facet of the search.
-    void takeOutside(CPoints& points, CFacet* g, bool copy, bool first, CFacetBook& book);
+    // The horizon search puts the outside set of visible facet g (of record
+    // r) in front of `points`: a copy, or the nodes themselves, lent until g
+    // is deleted. first: g is the first facet of the search.
+    void takeOutside(CPoints& points, CFacetRecord& r, bool copy, bool first, CFacetBook& book);
 
     // Gives every facet of the current horizon search a copy of the points
     // it lent, which are still in `points`.
@@ -59,6 +59,7 @@ private:
     struct CTarget
     {
         CFacet* facet;
+        std::size_t slot; // of the facet's record
         const double* row;
         double threshold; // b + eps
         bool fresh;       // the outside set was empty before
