@@ -5,7 +5,7 @@
 // construction compared bit for bit.
 
 #include "ExpectThrow.h"
-#include "Numeric/helpers/HullLookup.h"
+#include "Numeric/hull/Lookup.h"
 
 #include <algorithm>
 #include <cmath>
@@ -386,7 +386,7 @@ TEST(Hull, VertexListsUseTheirOwnTolerances)
     EXPECT_EQ(count(0, 1e-7, true), 6u);
 }
 
-// Facet pointers are shared, points and equations are copies.
+// Facet pointers are shared, points and equations are copies; assigned-to facets stay owned.
 TEST(Hull, AssignmentSharesFacetsButCopiesValues)
 {
     CConvexHullComputer b = HullOf({{0, 0}, {2, 0}, {0, 2}, {2, 2}});
@@ -400,6 +400,7 @@ TEST(Hull, AssignmentSharesFacetsButCopiesValues)
     a.addPoint(Col({7, 7}));
     EXPECT_EQ(b.getA().size() + b.getb().size() + b.getPoints().size(), 8u);
     EXPECT_EQ(CConvexHullComputer(a).GetFacets(), b.GetFacets());
+    *b.GetFacets().front() = *b.GetFacets().back();
 }
 
 TEST(Hull, RandomHullsMatchBruteForceFacets)

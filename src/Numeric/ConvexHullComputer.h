@@ -14,6 +14,11 @@ namespace TOLX
 {
 class CImage;
 class IObject;
+namespace Impl
+{
+class CHullEngine;
+struct CHullLists;
+} // namespace Impl
 
 // Incremental convex hull of points in d-space (d >= 2): a start simplex of
 // d+1 random affinely independent input points is grown point by point, always
@@ -110,35 +115,28 @@ protected:
     std::list<double> equationsB;
 
 private:
-    class CShared;
-
     CConvexHullComputer();
 
-    // Removes a visible facet or a used connector from the computer's keeping.
-    void release(CFacet* f);
-    void release(CFacetConnector* c);
+    // The lists the engine works on.
+    Impl::CHullLists lists();
+    // Whether no other computer shares the engine (and so may list objects).
+    bool soleOwner() const;
     void findHorizon(CFacet* f, const CMatrix<double>& p, bool copyOutsideSets);
-    void buildAlongHorizon(CFacetConnector* start, CMatrix<double>& p);
-    void queueOutsideOf(const std::list<CFacet*>& L);
-    void collectEquations();
-    void warnNullNeighbour(const CFacet* f, std::size_t i, std::size_t outsideCount, const CMatrix<double>& p) const;
+    void addFurthestPoint(CFacet* f, CMatrix<double>& p);
 
     static bool isAbove(const CFacet* f, const CMatrix<double>& p);
-    static bool isAboveShaped(const CFacet* f, const CMatrix<double>& p, std::size_t rows, std::size_t cols);
     static bool isIn(const CMatrix<double>& a, const std::list<CMatrix<double>>& L);
     static bool isIn(std::size_t i, const std::vector<std::size_t>& v);
     static bool isIn(const CFacet* f, const std::list<CFacet*>& L);
-    static bool sharesRidge(const CFacet& g, const CFacet& f, std::size_t i);
-    // Element by element within eps: the equality of equation rows.
-    static bool matchesWithin(const CMatrix<double>& a, const CMatrix<double>& r);
 
     static const double eps;
 
-    // Owns every facet and connector this computer has made and not yet
-    // released, and keeps the bookkeeping of the construction. Computers
-    // that share facet pointers through assignment share it, so each object
-    // is deleted exactly once, when no computer can list it any more.
-    std::shared_ptr<CShared> shared;
+    // The construction's engine: it owns every facet and connector this
+    // computer has made and not yet released, and keeps the bookkeeping of
+    // the construction. Computers that share facet pointers through
+    // assignment share it, so each object is deleted exactly once, when no
+    // computer can list it any more.
+    std::shared_ptr<Impl::CHullEngine> engine;
 };
 
 // Hull results as plain vectors of numbers.

@@ -1,43 +1,29 @@
 #include "Numeric/Face.h"
 
-#include "Numeric/helpers/HullKernels.h"
-#include "Numeric/helpers/HullPrint.h"
+#include "Numeric/hull/HullTraits.h"
+#include "Numeric/hull/Print.h"
+#include "Numeric/hull/ThrowSites.h"
 #include "zeblib2core/Throw.h"
 
 #include <iostream>
 
 namespace TOLX
 {
-namespace
-{
-const char* const kConstructor = "TOLX::CFace::CFace";
-
-// Host applications know these throw sites by their line numbers, so the
-// numbers are fixed here instead of following edits of this file.
-constexpr int kLineDimension = 28;
-constexpr int kLineBNotVector = 30;
-constexpr int kLineSizeMismatch = 35;
-constexpr int kLineVertexCount = 39;
-constexpr int kLineDimensionBySize = 49;
-} // namespace
+namespace Sites = Impl::HullSites;
 
 CFace::CFace(CMatrix<double>& A_, CMatrix<double>& b_, CMatrix<double>& vertices_)
     : A(A_), b(b_), vertices(vertices_), dimSpace(static_cast<unsigned char>(A_.Cols())),
       dimSelf(static_cast<unsigned char>(A_.Cols() - A_.Rows()))
 {
     if (dimSpace < dimSelf)
-        TOLX_THROW(kConstructor, kLineDimension, "Dimension of CFace must be lower/equal dimension of space");
+        TOLX_THROW_SITE(Sites::kFaceDimension);
     if (b_.Cols() != 1)
-        TOLX_THROW(kConstructor, kLineBNotVector,
-                   "The Argument b for the CFace constructor is exspected to be a vector but hat %1 Cols", b_.Cols());
-    // The test compares row counts while the message names column counts;
-    // hosts match on this wording.
+        TOLX_THROW_SITE(Sites::kFaceBNotVector, b_.Cols());
+    // The test compares row counts while the message names column counts.
     if (b_.Rows() != A_.Rows())
-        TOLX_THROW(kConstructor, kLineSizeMismatch,
-                   "The Arguement A and b for the CFace constructor do not have same size. A.Cols() = %1 but b.Cols() = %2",
-                   A_.Cols(), b_.Cols());
+        TOLX_THROW_SITE(Sites::kFaceSizeMismatch, A_.Cols(), b_.Cols());
     if (vertices_.Cols() != static_cast<std::size_t>(dimSelf) + 1)
-        TOLX_THROW(kConstructor, kLineVertexCount, "Wrong number of vertices");
+        TOLX_THROW_SITE(Sites::kFaceVertexCount);
 }
 
 // The row count wraps in 8 bits like dimSelf does, so a face whose own
@@ -47,7 +33,7 @@ CFace::CFace(unsigned char dimSpace_, unsigned char dimSelf_)
       b(static_cast<unsigned char>(dimSpace_ - dimSelf_), 1), dimSpace(dimSpace_), dimSelf(dimSelf_)
 {
     if (dimSpace < dimSelf)
-        TOLX_THROW(kConstructor, kLineDimensionBySize, "Dimension of CFace must be lower/equal dimension of space");
+        TOLX_THROW_SITE(Sites::kFaceDimensionBySize);
 }
 
 // Matrix equality of a vertex column with p: equal shapes, then every

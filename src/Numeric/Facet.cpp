@@ -1,6 +1,7 @@
 #include "Numeric/Facet.h"
 
-#include "Numeric/helpers/HullKernels.h"
+#include "Numeric/hull/HullTraits.h"
+#include "Numeric/hull/ThrowSites.h"
 #include "Numeric/helpers/nrSVD.h"
 #include "zeblib2core/Throw.h"
 
@@ -14,16 +15,7 @@ namespace TOLX
 {
 namespace
 {
-const char* const kConstructor = "TOLX::CFacet::CFacet";
-
-// Host applications know these throw sites by their line numbers, so the
-// numbers are fixed here instead of following edits of this file.
-constexpr int kLinePointCount = 57;
-constexpr int kLineNoFacet = 78;
-constexpr int kLinePNotVector = 34;
-constexpr int kLineRidgeDimension = 37;
-constexpr int kLineRidgeHasP = 40;
-constexpr int kLineTooFewCommon = 130;
+namespace Sites = Impl::HullSites;
 
 unsigned char Narrow(std::size_t value)
 {
@@ -35,13 +27,11 @@ unsigned char Narrow(std::size_t value)
 void SpanOf(const CFace* ridge, const CMatrix<double>& p, CMatrix<double>& V)
 {
     if (p.Cols() != 1)
-        TOLX_THROW(kConstructor, kLinePNotVector, "p is expected to be a vector, but its size is '%1x%2'", p.Rows(),
-                   p.Cols());
+        TOLX_THROW_SITE(Sites::kFacetPNotVector, p.Rows(), p.Cols());
     if (ridge->getDimSelf() != p.Rows() - 2)
-        TOLX_THROW(kConstructor, kLineRidgeDimension, "f is expected to be a n-2 dim face, but it is %1-dim.",
-                   ridge->getDimSelf());
+        TOLX_THROW_SITE(Sites::kFacetRidgeDimension, ridge->getDimSelf());
     if (ridge->hasVertex(p))
-        TOLX_THROW(kConstructor, kLineRidgeHasP, "f has vertex p");
+        TOLX_THROW_SITE(Sites::kFacetRidgeHasP);
     const CMatrix<double>& R = ridge->getVertices();
     if (R.Rows() != p.Rows())
     {
@@ -155,9 +145,7 @@ void CFacet::computeNormal()
 {
     const std::size_t d = vertices.Rows();
     if (vertices.Cols() != d)
-        TOLX_THROW(kConstructor, kLinePointCount,
-                   "Constructor of a CFacet in %1-space, exspectes %2 affinely independent points but got %3.", d, d,
-                   vertices.Cols());
+        TOLX_THROW_SITE(Sites::kFacetPointCount, d, d, vertices.Cols());
 
     // The normal spans the null space of the edge vectors v_i - v_0.
     CEdgeDecomposition svd(d);
@@ -174,7 +162,7 @@ void CFacet::computeNormal()
             m = j;
     // Absolute on purpose: the bound does not scale with the coordinates.
     if (std::fabs(svd.singularValue(m)) >= eps)
-        TOLX_THROW(kConstructor, kLineNoFacet, "Unable to construct a facet.");
+        TOLX_THROW_SITE(Sites::kFacetNoFacet);
 
     for (std::size_t c = 0; c < d; ++c)
         A(0, c) = svd.rightVector(c, m);
@@ -182,19 +170,6 @@ void CFacet::computeNormal()
 }
 
 CFacet::CFacet(CFace* ridge, const CMatrix<double>& p) : CFacet(SpanOf(ridge, p)) {}
-
-// Memberwise over the face, the neighbours and the outside set; the hull
-// computer's links stay with the object they describe.
-CFacet::CFacet(const CFacet& other) : CFace(other), neighbours(other.neighbours), outsideSet(other.outsideSet) {}
-
-CFacet& CFacet::operator=(const CFacet& other)
-{
-    CFace::operator=(other);
-    neighbours = other.neighbours;
-    outsideSet = other.outsideSet;
-    links.forgetOutside();
-    return *this;
-}
 
 bool CFacet::getFurthest(CMatrix<double>& p) const
 {
@@ -220,7 +195,7 @@ bool CFacet::getFurthest(CMatrix<double>& p) const
 void CFacet::addToOutsideSet(const CMatrix<double>& p)
 {
     outsideSet.push_front(p);
-    links.forgetOutside();
+    hullHandle.noteOutsideEdit();
 }
 
 std::list<CMatrix<double>> CFacet::getOutsideSet() const
@@ -249,8 +224,7 @@ void CFacet::addNeighbour(CFacet* g)
     {
         g->print();
         print();
-        TOLX_THROW("TOLX::CFacet::addNeighbour", kLineTooFewCommon,
-                   "Cannot add a neighbor to facet with only %1 common vertices.", shared);
+        TOLX_THROW_SITE(Sites::kFacetTooFewCommon, shared);
     }
     if (shared == d)
         return;

@@ -5,13 +5,43 @@
 #include "Numeric/Matrix.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <list>
 #include <vector>
 
 namespace TOLX
 {
-class CConvexHullComputer;
+namespace Impl
+{
+struct CHullAccess;
+
+// The hull computer's handle on a facet: one opaque integer that finds the
+// facet's records in the computer's own tables; no record lives here. It
+// belongs to the object, not to its value, so the facet's copy and
+// assignment need no exceptions for it: a copy starts without a handle, and
+// an assignment keeps the handle of the facet assigned to and only notes
+// that its outside set may have changed (as addToOutsideSet does). Not
+// stable API: its meaning is the computer's alone.
+class CHullHandle
+{
+public:
+    CHullHandle() noexcept = default;
+    CHullHandle(const CHullHandle&) noexcept {}
+    CHullHandle& operator=(const CHullHandle&) noexcept
+    {
+        noteOutsideEdit();
+        return *this;
+    }
+    ~CHullHandle() = default;
+
+    void noteOutsideEdit() noexcept { m_value |= 1u; }
+
+private:
+    friend struct CHullAccess;
+
+    // 0: no handle; otherwise (slot + 1) * 2, plus 1 after an outside edit.
+    std::size_t m_value = 0;
+};
+} // namespace Impl
 
 // A facet of the convex hull in d-space: a (d-1)-face whose A is a unit normal
 // row and whose b is the offset n . v0, with the facets across its ridges and
@@ -29,8 +59,8 @@ public:
     explicit CFacet(const CMatrix<double>& V);
     // The facet spanned by a (d-2)-face and one further point.
     CFacet(CFace* ridge, const CMatrix<double>& p);
-    CFacet(const CFacet& other);
-    CFacet& operator=(const CFacet& other);
+    CFacet(const CFacet& other) = default;
+    CFacet& operator=(const CFacet& other) = default;
 
     // Copies into p the outside point strictly furthest above b + eps, the
     // first of equally distant ones; false (p untouched) when there is none.
@@ -49,46 +79,15 @@ protected:
     std::list<CMatrix<double>> outsideSet;
 
 private:
-    friend class CConvexHullComputer;
+    friend struct Impl::CHullAccess;
 
     void respan(CFace* ridge, const CMatrix<double>& p);
     // A and b from the vertices, or the construction's messages.
     void computeNormal();
 
-    // Where the hull computer keeps this facet (see helpers/HullState.h).
-    // It describes this object only: copies of a facet do not take it over.
-    struct CHullLinks
-    {
-        enum EnList : unsigned char
-        {
-            LIST_NONE,
-            LIST_FACETS,
-            LIST_NEW_FACETS,
-            LIST_SPARE // released: kept by the computer for reuse
-        };
-
-        using COutsideNode = std::list<CMatrix<double>>::iterator;
-
-        // What the computer learnt while filling the outside set: its nodes
-        // in the order they were added (the list runs the other way) and the
-        // node getFurthest would pick. Any other change of the set forgets it.
-        void forgetOutside()
-        {
-            outsideNodes.clear();
-            outsideKnown = false;
-        }
-
-        std::size_t storeSlot = static_cast<std::size_t>(-1);
-        std::size_t serial = 0;
-        std::uint64_t visit = 0;
-        std::uint64_t stamp = 0;
-        std::list<CFacet*>::iterator position{};
-        EnList list = LIST_NONE;
-        bool outsideKnown = false;
-        COutsideNode furthest{};
-        std::vector<COutsideNode> outsideNodes;
-    };
-    CHullLinks links;
+    // The one thing the hull computer keeps in a facet: an opaque number
+    // that finds its own records of the facet (see Impl::CHullHandle).
+    Impl::CHullHandle hullHandle;
 };
 
 // A ridge on the horizon between a facet the new point sees and one it does
@@ -114,14 +113,11 @@ protected:
     CMatrix<double> referencePoint;
 
 private:
-    friend class CConvexHullComputer;
+    friend struct Impl::CHullAccess;
 
     // The connector the constructor builds, in this object's storage; used
     // only for ridges of the same space.
     void reset(CFacet* visible, CFacet* hidden, const CMatrix<double>& ridgeVertices,
                const CMatrix<double>& referencePoint_);
-
-    // Position in the hull computer's store; a stale copy is recognised there.
-    std::size_t storeSlot = static_cast<std::size_t>(-1);
 };
 } // namespace TOLX

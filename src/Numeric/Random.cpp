@@ -1,6 +1,6 @@
 #include "Numeric/Random.h"
 
-#include "Numeric/helpers/RandomStream.h"
+#include "Numeric/hull/RandomStream.h"
 
 namespace TOLX
 {

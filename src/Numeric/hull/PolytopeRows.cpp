@@ -1,4 +1,4 @@
-#include "Numeric/helpers/HullSpans.h"
+#include "Numeric/hull/PolytopeRows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -47,7 +47,7 @@ int Boundary(int passing, int failing, Test passes)
 }
 } // namespace
 
-CHullSpans::CHullSpans(const std::vector<double>& planes, std::size_t d, double eps, int x0, int y0, int z0, int x1,
+CPolytopeRows::CPolytopeRows(const std::vector<double>& planes, std::size_t d, double eps, int x0, int y0, int z0, int x1,
                        int y1, int z1)
     : m_eps(eps), m_box{{x0, y0, z0}, {x1, y1, z1}}
 {
@@ -107,13 +107,13 @@ CHullSpans::CHullSpans(const std::vector<double>& planes, std::size_t d, double 
         SearchEveryRow(count);
 }
 
-std::size_t CHullSpans::RowIndex(int y, int z) const
+std::size_t CPolytopeRows::RowIndex(int y, int z) const
 {
     return static_cast<std::size_t>(z - m_box.lo[2]) * static_cast<std::size_t>(m_box.hi[1] - m_box.lo[1] + 1) +
            static_cast<std::size_t>(y - m_box.lo[1]);
 }
 
-bool CHullSpans::Row(int y, int z, int& left, int& right) const
+bool CPolytopeRows::Row(int y, int z, int& left, int& right) const
 {
     if (m_left.empty() || y < m_box.lo[1] || y > m_box.hi[1] || z < m_box.lo[2] || z > m_box.hi[2])
         return false;
@@ -122,13 +122,13 @@ bool CHullSpans::Row(int y, int z, int& left, int& right) const
     return left <= right;
 }
 
-void CHullSpans::SetRow(int y, int z, int left, int right)
+void CPolytopeRows::SetRow(int y, int z, int left, int right)
 {
     m_left[RowIndex(y, z)] = left;
     m_right[RowIndex(y, z)] = right;
 }
 
-bool CHullSpans::Passes(const Plane& plane, int x, int y, int z) const
+bool CPolytopeRows::Passes(const Plane& plane, int x, int y, int z) const
 {
     double s = 0.0;
     s = s + plane.a[0] * x;
@@ -137,7 +137,7 @@ bool CHullSpans::Passes(const Plane& plane, int x, int y, int z) const
     return !(s - plane.b > m_eps);
 }
 
-void CHullSpans::SearchEveryRow(std::size_t count)
+void CPolytopeRows::SearchEveryRow(std::size_t count)
 {
     const auto inside = [&](int x, int y, int z) {
         for (std::size_t c = 0; c < count; ++c)
@@ -160,7 +160,7 @@ void CHullSpans::SearchEveryRow(std::size_t count)
         }
 }
 
-bool CHullSpans::RowEnds(std::size_t first, std::size_t facingLeft, std::size_t count, int y, int z, int& left,
+bool CPolytopeRows::RowEnds(std::size_t first, std::size_t facingLeft, std::size_t count, int y, int z, int& left,
                          int& right)
 {
     const Plane* planes = m_stack.data() + first;
@@ -212,7 +212,7 @@ bool CHullSpans::RowEnds(std::size_t first, std::size_t facingLeft, std::size_t 
 // accepts when that stays below eps - rounding. h is the plane's value at
 // the reference's root, so the test compares values, which stays sound for
 // planes nearly parallel to x.
-bool CHullSpans::Follows(const Plane& plane, const Plane& reference, const double centre[3],
+bool CPolytopeRows::Follows(const Plane& plane, const Plane& reference, const double centre[3],
                          const double half[3]) const
 {
     const double t = plane.a[0] * reference.inverse;
@@ -223,7 +223,7 @@ bool CHullSpans::Follows(const Plane& plane, const Plane& reference, const doubl
     return highest + (t * m_eps - m_eps) + Margin(plane.size + t * reference.size) <= 0;
 }
 
-void CHullSpans::Visit(const Box& box, std::size_t first, std::size_t facingLeft, std::size_t count)
+void CPolytopeRows::Visit(const Box& box, std::size_t first, std::size_t facingLeft, std::size_t count)
 {
     // The survivors are written above the stack's top; the stack only grows
     // here, before any plane is read.

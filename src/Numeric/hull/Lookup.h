@@ -1,9 +1,10 @@
 #pragma once
 
-// Lookup structures of the hull computer. They only ever narrow down which
+// Lookup tables of the hull engine. They only ever narrow down which
 // earlier entries an exact test has to look at; every answer the computer
 // gives is still decided by that exact test, so it equals the answer of a
-// linear scan over all entries.
+// linear scan over all entries. No allocation once the tables have grown to
+// their working size. Internal header; not stable API.
 
 #include <cmath>
 #include <cstddef>

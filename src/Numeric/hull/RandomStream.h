@@ -3,7 +3,8 @@
 // The library's 15-bit generator for loops that draw many values: one step
 // of the sequence, and a stream that works on a local copy of the calling
 // thread's state and writes it back when it ends, so that the values and the
-// state left behind are exactly those of as many Rand15() calls.
+// state left behind are exactly those of as many Rand15() calls. The hull's
+// start-point draw is its user. Internal header; not stable API.
 
 #include <cstdint>
 

@@ -1,5 +1,9 @@
 #pragma once
 
+// The rows of an image box that a convex polytope (the hull's equations)
+// covers, found by recursive subdivision instead of a test of every pixel
+// against every plane; see CPolytopeRows. Internal header; not stable API.
+
 #include <cstddef>
 #include <vector>
 
@@ -39,12 +43,12 @@ namespace Impl
 // exactly where the inside test accepts, for any planes. Non-finite or huge
 // coefficients, for which the bounds do not hold, make every row be
 // searched probe by probe.
-class CHullSpans
+class CPolytopeRows
 {
 public:
     // planes: F rows of d normal components followed by the offset, d = 2 or 3.
     // The box is inclusive and must lie inside the image; for d = 2 z0 = z1.
-    CHullSpans(const std::vector<double>& planes, std::size_t d, double eps, int x0, int y0, int z0, int x1, int y1,
+    CPolytopeRows(const std::vector<double>& planes, std::size_t d, double eps, int x0, int y0, int z0, int x1, int y1,
                int z1);
 
     // The accepted interval of row (y, z); false when the row has none.

@@ -1,0 +1,275 @@
+#include "Numeric/hull/PointDistribution.h"
+
+#include "Numeric/hull/HullAccess.h"
+#include "Numeric/hull/HullTraits.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <utility>
+
+namespace TOLX
+{
+namespace Impl
+{
+void CPointDistribution::distribute(CPoints& points, const std::list<CFacet*>& L, const std::list<CFacet*>* visible,
+                                    CFacetBook& book)
+{
+    m_stagedDrops.clear();
+    bool ordered = false;
+    if (!prepareTargets(L, book))
+        distributeLiterally(points, L);
+    else if (m_targetCount != 0)
+    {
+        ordered = visible != nullptr && horizonOrder(points, *visible);
+        if (ordered)
+            distributeInOrder(points);
+        else if (!distributeWalking(points))
+            distributeLiterally(points, L);
+    }
+    for (std::size_t j = 0; j < m_targetCount; ++j)
+        learnOutside(m_targets[j], book);
+    if (!ordered)
+        for (CNode it = points.begin(); it != points.end(); ++it)
+            m_stagedDrops.push_back(it);
+    m_dropped.splice(m_dropped.end(), points);
+    m_droppedNodes.insert(m_droppedNodes.end(), m_stagedDrops.begin(), m_stagedDrops.end());
+    // The arrays keep their storage for the next distributions.
+    for (std::vector<CNode>& nodes : m_horizonNodes)
+    {
+        nodes.clear();
+        m_spareNodes.push_back(std::move(nodes));
+    }
+    m_horizonNodes.clear();
+    m_horizonNodesKnown = false;
+}
+
+void CPointDistribution::takeOutside(CPoints& points, CFacetRecord& r, bool copy, bool first, CFacetBook& book)
+{
+    if (first)
+    {
+        m_horizonNodes.clear();
+        m_horizonNodesKnown = points.empty();
+        m_lent.clear();
+    }
+    CFacet* g = r.facet;
+    std::list<CMatrix<double>>& outside = CHullAccess::OutsideSet(*g);
+    if (copy)
+    {
+        m_horizonNodesKnown = false;
+        points.insert(points.begin(), outside.cbegin(), outside.cend());
+        return;
+    }
+    if (CFacetBook::knowsOutside(r))
+        m_horizonNodes.push_back(std::move(book.outsideNodes(r)));
+    else
+        m_horizonNodesKnown = false;
+    book.forgetOutside(r);
+    const std::size_t count = outside.size();
+    points.splice(points.begin(), outside);
+    if (count != 0)
+        m_lent.push_back({g, points.begin(), count});
+}
+
+void CPointDistribution::returnLentOutsideSets()
+{
+    for (const CLent& l : m_lent)
+        CHullAccess::OutsideSet(*l.facet).assign(l.first, std::next(l.first, static_cast<std::ptrdiff_t>(l.count)));
+    m_lent.clear();
+}
+
+void CPointDistribution::releaseDropped()
+{
+    if (m_droppedNodes.size() != m_dropped.size()) // after an interruption
+    {
+        m_droppedNodes.clear();
+        m_dropped.clear();
+        return;
+    }
+    std::sort(m_droppedNodes.begin(), m_droppedNodes.end(),
+              [](CNode a, CNode b) { return std::less<const void*>()(&*a, &*b); });
+    constexpr std::size_t kAhead = 16;
+    const std::size_t n = m_droppedNodes.size();
+    for (std::size_t i = 0; i < n; ++i)
+    {
+        if (i + kAhead < n)
+            Prefetch(&*m_droppedNodes[i + kAhead]);
+        if (i + kAhead / 2 < n)
+        {
+            // The neighbours the unlinking writes to.
+            const CNode ahead = m_droppedNodes[i + kAhead / 2];
+            if (ahead != m_dropped.begin())
+                Prefetch(&*std::prev(ahead));
+            if (const CNode after = std::next(ahead); after != m_dropped.end())
+                Prefetch(&*after);
+        }
+        m_dropped.erase(m_droppedNodes[i]);
+    }
+    m_droppedNodes.clear();
+}
+
+// False, preparing nothing, when some facet of L has no 1-by-d normal row or
+// no offset. A facet listed twice is not fresh.
+bool CPointDistribution::prepareTargets(const std::list<CFacet*>& L, CFacetBook& book)
+{
+    const std::size_t d = L.empty() ? 0 : L.front()->getA().Cols();
+    for (const CFacet* f : L)
+    {
+        const CMatrix<double>& A = f->getA();
+        if (A.Rows() != 1 || A.Cols() != d || f->getb().Rows() == 0 || f->getb().Cols() == 0)
+            return false;
+    }
+    ++m_stamp;
+    m_targetCount = 0;
+    bool repeated = false;
+    for (CFacet* f : L)
+    {
+        if (m_targets.size() == m_targetCount)
+            m_targets.emplace_back();
+        CTarget& t = m_targets[m_targetCount++];
+        t.facet = f;
+        t.row = f->getA().Data();
+        t.threshold = f->getb()(0, 0) + CHullTraits::Eps();
+        t.fresh = CHullAccess::OutsideSet(*f).empty();
+        t.best = 0.0;
+        if (t.nodes.capacity() == 0 && !m_spareNodes.empty())
+        {
+            t.nodes.swap(m_spareNodes.back());
+            m_spareNodes.pop_back();
+        }
+        t.nodes.clear();
+        CFacetRecord& record = book.of(f);
+        t.slot = book.slotOf(record);
+        repeated = repeated || record.stamp == m_stamp;
+        record.stamp = m_stamp;
+    }
+    for (std::size_t j = 0; repeated && j < m_targetCount; ++j)
+        m_targets[j].fresh = false;
+    return true;
+}
+
+// The first target point q (an element of a point list) lies above,
+// m_targetCount for none.
+std::size_t CPointDistribution::targetOf(const CMatrix<double>& q, double& height) const
+{
+    const std::size_t d = ColsOfValue(m_targets.front().facet->getA());
+    const std::size_t stride = ColsOfValue(q);
+    for (std::size_t j = 0; j < m_targetCount; ++j)
+        if ((height = RowTimesColumn(m_targets[j].row, q.Data(), d, stride)) > m_targets[j].threshold)
+            return j;
+    return m_targetCount;
+}
+
+// Front insertion into the set: the node getFurthest picks is the last to
+// arrive among those of the greatest height, hence ">=".
+void CPointDistribution::moveTo(CPoints& points, CNode node, CTarget& t, double height)
+{
+    std::list<CMatrix<double>>& outside = CHullAccess::OutsideSet(*t.facet);
+    outside.splice(outside.begin(), points, node);
+    if (t.nodes.empty() || height >= t.best)
+    {
+        t.best = height;
+        t.furthest = node;
+    }
+    t.nodes.push_back(node);
+}
+
+void CPointDistribution::learnOutside(CTarget& t, CFacetBook& book)
+{
+    CFacetRecord& record = book.at(t.slot);
+    book.forgetOutside(record);
+    if (!t.fresh)
+        return;
+    if (!t.nodes.empty())
+        book.outsideNodes(record).swap(t.nodes);
+    record.furthest = t.furthest;
+    book.trustOutside(t.facet, record);
+}
+
+// `points` front to back from the arrays of the horizon search. The points
+// came from distributions to the visible facets, so they fit the row product
+// of facets of the same dimension.
+bool CPointDistribution::horizonOrder(const CPoints& points, const std::list<CFacet*>& visible)
+{
+    if (!m_horizonNodesKnown)
+        return false;
+    for (const CFacet* v : visible)
+        if (v->getA().Cols() != m_targets.front().facet->getA().Cols())
+            return false;
+    m_order.clear();
+    for (auto nodes = m_horizonNodes.rbegin(); nodes != m_horizonNodes.rend(); ++nodes)
+        m_order.insert(m_order.end(), nodes->rbegin(), nodes->rend());
+    return m_order.size() == points.size() && (m_order.empty() || m_order.front() == points.begin());
+}
+
+// Every point here came from an earlier distribution, so its shape fits the
+// row product. Points inside stay in `points` for now.
+void CPointDistribution::distributeInOrder(CPoints& points)
+{
+    constexpr std::size_t kAhead = 16;
+    const std::size_t n = m_order.size();
+    for (std::size_t i = 0; i < n; ++i)
+    {
+        if (i + kAhead < n)
+            Prefetch(&*m_order[i + kAhead]);
+        if (i + kAhead / 2 < n)
+            Prefetch(m_order[i + kAhead / 2]->Data());
+        double height = 0.0;
+        const std::size_t j = targetOf(*m_order[i], height);
+        if (j < m_targetCount)
+            moveTo(points, m_order[i], m_targets[j], height);
+        else
+            m_stagedDrops.push_back(m_order[i]);
+    }
+}
+
+// Walks `points`; false, with every move undone, at a point whose shape the
+// row product does not fit.
+bool CPointDistribution::distributeWalking(CPoints& points)
+{
+    const std::size_t d = m_targets.front().facet->getA().Cols();
+    m_moves.clear();
+    for (auto it = points.begin(); it != points.end();)
+    {
+        if (!ValueFitsRowProduct(d, *it))
+        {
+            for (const CMove& m : m_moves)
+                points.splice(it, m.target < m_targetCount ? CHullAccess::OutsideSet(*m_targets[m.target].facet) : points,
+                              m.node);
+            for (std::size_t j = 0; j < m_targetCount; ++j)
+                m_targets[j].nodes.clear();
+            return false;
+        }
+        const auto next = std::next(it);
+        if (next != points.end())
+            Prefetch(next->Data());
+        double height = 0.0;
+        const std::size_t j = targetOf(*it, height);
+        m_moves.push_back({it, j});
+        if (j < m_targetCount)
+            moveTo(points, it, m_targets[j], height);
+        it = next;
+    }
+    return true;
+}
+
+// Facet after facet, with the generic height test: for facets or points of
+// shapes the row product does not fit, whose messages must come in this
+// order.
+void CPointDistribution::distributeLiterally(CPoints& points, const std::list<CFacet*>& L)
+{
+    m_targetCount = 0;
+    for (CFacet* f : L)
+        for (auto it = points.begin(); it != points.end();)
+        {
+            if (CHullTraits::IsAbove(f, *it))
+            {
+                f->addToOutsideSet(*it);
+                it = points.erase(it);
+            }
+            else
+                ++it;
+        }
+}
+} // namespace Impl
+} // namespace TOLX
