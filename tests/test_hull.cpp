@@ -6,7 +6,7 @@
 #include "ExpectThrow.h"
 #include "HullPoints.h"
 #include "Matrices.h"
-#include "Numeric/hull/Lookup.h"
+#include "VornNumeric.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +14,6 @@
 #include <iterator>
 #include <list>
 #include <memory>
-#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -34,19 +33,13 @@ const char* const kHullFile = "src/Numeric/ConvexHullComputer.cpp";
 const char* const kHorizon = "TOLX::CConvexHullComputer::constructHorizon";
 const char* const kAlreadyInside = "Trying to construct new Facets with a point that is already inside the convex hull.";
 
-// Opens the protected construction steps and lists to the tests.
+// Opens a protected construction step and its lists to the tests.
 class Probe : public CConvexHullComputer
 {
 public:
     explicit Probe(std::size_t d) : CConvexHullComputer(d, "probe", nullptr) {}
     using CConvexHullComputer::constructHorizon;
-    using CConvexHullComputer::constructNewFacets;
-    using CConvexHullComputer::deleteVisibleFacets;
-    using CConvexHullComputer::distributePoints;
-    using CConvexHullComputer::facets;
     using CConvexHullComputer::horizon;
-    using CConvexHullComputer::makeSimplex;
-    using CConvexHullComputer::points;
     using CConvexHullComputer::visibleFacets;
 };
 
@@ -225,16 +218,12 @@ TEST(Hull, VertexListsUseTheirOwnTolerances)
     for (const auto& c : cases)
     {
         // A triangle in the two other coordinates, extruded by delta along axis.
-        std::vector<Point> prism;
-        for (double t : {0.0, c.delta})
-            for (const Point& uv : {Point{0, 0}, Point{1, 0}, Point{0, 1}})
-            {
-                Point q(3);
-                q[c.axis] = t;
-                q[(c.axis + 1) % 3] = uv[0];
-                q[(c.axis + 2) % 3] = uv[1];
-                prism.push_back(q);
-            }
+        std::vector<Point> prism(6, Point(3, 0.0));
+        for (std::size_t k = 0; k < 6; ++k)
+        {
+            prism[k][c.axis] = k < 3 ? 0.0 : c.delta;
+            prism[k][(c.axis + 1 + k % 3 / 2) % 3] = k % 3 ? 1.0 : 0.0;
+        }
         CConvexHullComputer hull = HullOf(prism);
         hull.compute();
         std::list<std::vector<double>> out;
@@ -243,88 +232,11 @@ TEST(Hull, VertexListsUseTheirOwnTolerances)
     }
 }
 
-// Facet pointers are shared, points and equations are copies; assigned-to facets stay owned.
-TEST(Hull, AssignmentSharesFacetsButCopiesValues)
-{
-    CConvexHullComputer b = HullOf({{0, 0}, {2, 0}, {0, 2}, {2, 2}});
-    b.compute();
-    CConvexHullComputer a(5, "other", nullptr);
-    a.addPoint(Col({1, 2, 3, 4, 5}));
-    a = b;
-    EXPECT_EQ(a.getDimSpace(), 2u);
-    a.getA().clear();
-    a.getb().clear();
-    a.addPoint(Col({7, 7}));
-    EXPECT_EQ(b.getA().size() + b.getb().size() + b.getPoints().size(), 8u);
-    EXPECT_EQ(CConvexHullComputer(a).GetFacets(), b.GetFacets());
-    *b.GetFacets().front() = *b.GetFacets().back();
-}
-
-// A subclass driving the steps itself may edit the protected lists in any
-// way between them; each step then works on the lists as they are. Facets it
-// made itself and listed are destroyed with the others (the leak checkers
-// of the asan preset and valgrind watch that).
-TEST(Hull, StepsCalledBySubclassesFollowTheListsAsTheyAre)
-{
-    const CMatrix<double> triangle = Columns({{0, 0}, {1, 0}, {0, 1}});
-    CMatrix<double> beyond = Col({1, 1});
-    {
-        Probe twice(2); // the slanted edge listed twice: both occurrences go
-        twice.makeSimplex(triangle);
-        CFacet* slanted = twice.facets.back();
-        twice.facets.push_back(slanted);
-        twice.constructHorizon(slanted, beyond);
-        twice.constructNewFacets(beyond);
-        const std::list<CFacet*> refilled = twice.facets; // new list nodes
-        twice.facets = refilled;
-        twice.deleteVisibleFacets();
-        EXPECT_EQ(twice.facets.size(), 2u);
-        EXPECT_EQ(std::count(twice.facets.begin(), twice.facets.end(), slanted), 0);
-    }
-    Probe again(2); // (-1, -1) sees both legs; the search runs again on cleared lists
-    again.makeSimplex(triangle);
-    CMatrix<double> corner = Col({-1, -1});
-    auto sees = [&](const CFacet* f) { return (f->getA() * corner)(0, 0) > f->getb()(0, 0) + 1e-12; };
-    CFacet* leg = *std::find_if(again.facets.begin(), again.facets.end(), sees);
-    for (int round = 0; round < 2; ++round)
-    {
-        again.visibleFacets.clear();
-        again.horizon.clear();
-        again.constructHorizon(leg, corner);
-        EXPECT_EQ(again.visibleFacets.size(), 2u);
-        EXPECT_EQ(again.horizon.size(), 2u);
-    }
-    // A facet of 3-space among edges of the plane: its vertices are distinct
-    // from every vertex of the plane, whose three corners follow.
-    again.facets.push_front(new CFacet(Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}})));
-    std::list<std::vector<double>> vertices;
-    TOLX::CConvexHullHelpers::GetVertices(vertices, again);
-    std::vector<std::size_t> sizes;
-    for (const std::vector<double>& v : vertices)
-        sizes.push_back(v.size());
-    EXPECT_EQ(sizes, (std::vector<std::size_t>{3, 3, 3, 2, 2, 2}));
-}
-
 // A computer left mid-step by an exception still owns everything it made and
 // can be copied and destroyed.
 TEST(Hull, InterruptedStepsLeaveADestroyableComputer)
 {
     const CMatrix<double> unit = Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
-    Probe steps(3);
-    steps.makeSimplex(unit);
-    steps.addPoint(Col({1, 1, 1}));
-    steps.distributePoints(steps.facets);
-    // The slanted facet sees the point; the search copies its outside set.
-    steps.constructHorizon(steps.facets.back(), Col({1, 1, 1}));
-    EXPECT_EQ(steps.horizon.size(), 3u);
-    const std::vector<Point> seen{{1, 1, 1}};
-    EXPECT_EQ(Flat(steps.facets.back()->getOutsideSet()), seen);
-    EXPECT_EQ(Flat(steps.points), seen);
-    ExpectThrowAt([&] { steps.constructHorizon(steps.facets.front(), Col({0, 0, 0})); }, kAlreadyInside, kHorizon,
-                  kHullFile, 299);
-    Probe copy(3);
-    copy = steps;
-
     // A far point makes facets whose rounding exceeds the absolute bounds:
     // depending on the scale a facet cannot be built, or a point comes back
     // above a facet it is a vertex of. Both leave the computer mid-step.
@@ -612,62 +524,40 @@ TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
     }
 }
 
-// A point of the wrong shape makes the facet-by-facet order throw at its
-// first product, after the first facet has taken the points before it that
-// lie above it; nothing else has moved.
-TEST(Hull, MalformedPointStopsTheDistributionWhereTheLiteralOrderWould)
+// Inputs that fuzzing found to break the construction's bookkeeping: at
+// coordinates of very different size a step's horizon fell apart, and a
+// neighbour slot went on naming a deleted (or deleted and reused) facet. Each
+// builds to one of the described failures or to a hull whose every non-empty
+// neighbour slot i names a listed facet holding all vertices but vertex i.
+// Under AddressSanitizer or valgrind no step may read a deleted facet.
+TEST(Hull, NoNeighbourSlotNamesADeletedFacet)
 {
-    Probe steps(3);
-    steps.makeSimplex(Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}}));
-    // Front facet: z = 0 with outward normal (0, 0, -1); the slanted facet
-    // x + y + z = 1 is last. Points are added at the front, so in reverse.
-    const std::vector<Point> order{{0.2, 0.2, -1}, {2, 2, 2}, {0.1, 0.1, 0.1}, {0.3, 0.1, -2}, {-1, 0.2, 0.2},
-                                   {1, 2},         {0.2, 0.2, -3}, {3, 3, 3}}; // {1, 2} is 2-by-1 in 3-space
-    for (auto p = order.rbegin(); p != order.rend(); ++p)
-        steps.addPoint(Col(*p));
-    ExpectThrowAt([&] { steps.distributePoints(steps.facets); }, "Tried to multiply 1-by-3 *= 2-by-1 matrices",
-                  "TOLX::IMatrix<double>::operator *=", "src/Numeric/MatrixInterface.cpp", 85);
-    EXPECT_EQ(Flat(steps.facets.front()->getOutsideSet()), (std::vector<Point>{{0.3, 0.1, -2}, {0.2, 0.2, -1}}));
-    for (auto f = std::next(steps.facets.begin()); f != steps.facets.end(); ++f)
-        EXPECT_TRUE((*f)->getOutsideSet().empty());
-    EXPECT_EQ(Flat(steps.points),
-              (std::vector<Point>{{2, 2, 2}, {0.1, 0.1, 0.1}, {-1, 0.2, 0.2}, {1, 2}, {0.2, 0.2, -3}, {3, 3, 3}}));
-}
-
-// The index behind the equation merging and the vertex lists must offer the
-// exact test every key a scan over all keys would accept: keys are drawn on
-// a coarse lattice of the tolerance, so that many pairs lie within it, at
-// distances up to it, across cell borders, at zero and beyond the range the
-// cells cover.
-TEST(Hull, NearKeyIndexAnswersAsALinearScan)
-{
-    const double tol = 1e-6;
-    std::mt19937 gen(4);
-    std::uniform_int_distribution<int> step(-6, 6), pick(0, 19);
-    const double special[] = {0.0, -0.0, tol * 1048576.0 * 3.5, 1e300, std::nan(""), HUGE_VAL};
-    std::vector<Point> keys;
-    TOLX::Impl::CNearKeyIndex index({tol, 0.0, tol}, 0);
-    auto within = [&](const Point& a, const Point& b) {
-        return std::fabs(a[0] - b[0]) <= tol && a[1] == b[1] && std::fabs(a[2] - b[2]) <= tol;
+    const double a = std::ldexp(0x1.1515151ccffffp+0, 274), e = 0x1.19799812dea11p-39;
+    const Point far{a, 0x1.91a2032251p+36, -0x1.027127dcdap+35};
+    const std::pair<std::uint32_t, std::vector<Point>> cases[] = {
+        {1633749964u, {{0x1.ccp+6, 0x1.ac688bep+36, -0x1.13abe64p+35}, {a * 16, 0x1.44p+6, -0x1.b4p+6}, far, far, far, {0, 0, 0}}},
+        {367716864u, {{0x1.ccp+6, 0x1.ac688bep+36}, {0x1.ccp+6, 0x1.ac688bep+36}, {0x1.ac688bep+36, 0}, {-0x1.359f5a7b28179p-39, 0}}},
+        {339858170u,
+         {{0, e, 0x1.388p+16}, {3, 4, 4}, {1, 0x1.388p+15, 0}, {1, 0x1.388p+15, 0}, {1, 0x1p+40, e}, {1, 0x1p+40, e}, {2, 2, 1},
+          {8, 0, 0}, {0, 4, 0x1.d4cp+16}}},
     };
-    std::size_t matched = 0;
-    for (int n = 0; n < 4000; ++n)
+    for (const auto& [seed, points] : cases)
     {
-        Point key(3);
-        // From a cell border (cells are tol * 2^20 wide, offset by half a
-        // cell), in steps of half the tolerance.
-        for (double& x : key)
-        {
-            const int s = pick(gen);
-            x = s < 6 ? special[s] : (1.5 + s % 3) * tol * 1048576.0 + step(gen) * tol * 0.5;
-        }
-        const bool expected = std::any_of(keys.begin(), keys.end(), [&](const Point& k) { return within(key, k); });
-        const bool found = index.findMatch(key.data(), [&](std::size_t id) { return within(key, keys[id]); });
-        ASSERT_EQ(found, expected) << n;
-        matched += found;
-        index.insert(key.data());
-        keys.push_back(key);
+        TOLX::SeedRand15(seed);
+        CConvexHullComputer hull = HullOf(points);
+        testing::internal::CaptureStderr();
+        const std::string thrown = ThrownBy([&] { hull.compute(); });
+        testing::internal::GetCapturedStderr();
+        EXPECT_TRUE(thrown.empty() || thrown == kAlreadyInside || thrown == "Unable to construct a facet.") << thrown;
+        const std::list<CFacet*>& facets = hull.GetFacets();
+        EXPECT_FALSE(facets.empty());
+        for (const CFacet* f : facets)
+            for (std::size_t i = 0; thrown.empty() && i < f->getNeighbours().size(); ++i)
+                if (const CFacet* g = f->getNeighbours()[i])
+                {
+                    ASSERT_NE(std::find(facets.begin(), facets.end(), g), facets.end()) << seed;
+                    for (std::size_t j = 0; j < f->getVertices().Cols(); ++j)
+                        EXPECT_TRUE(j == i || g->hasVertex(f->getVertices().GetCol(j))) << seed;
+                }
     }
-    EXPECT_GT(matched, 300u);
-    EXPECT_LT(matched, 3900u);
 }

@@ -30,17 +30,13 @@ const std::string kTypes = "The loadPointsFromImage(...) functionality is only p
 const std::string kMono = "For MONO-images, use colour=0 or colour=1.";
 using Pixels = std::set<std::tuple<int, int, int>>;
 
-struct Pixel
-{
-    int x, y, z;
-    std::uint64_t value;
-};
+using Pixel = std::array<std::uint64_t, 4>; // x, y, z, value
 
 CImage ImageOf(IImage::CType type, const CSize& size, const std::vector<Pixel>& pixels = {})
 {
     CImage image(type, size);
     for (const Pixel& p : pixels)
-        image.SetPixel(p.x, p.y, p.z, p.value);
+        image.SetPixel(int(p[0]), int(p[1]), int(p[2]), p[3]);
     return image;
 }
 
@@ -111,26 +107,6 @@ void ExpectPaintsTheInsidePixels(const CConvexHullComputer& hull, const CSize& s
                                 << std::get<1>(differ.front()) << ", " << std::get<2>(differ.front()) << ")";
 }
 
-// The lattice points of a ball (a disk for d = 2), only the two ends of each
-// row, as the image loader would give them.
-CConvexHullComputer LatticeBall(std::size_t d, const double centre[3], double radius)
-{
-    std::vector<Point> points;
-    const bool flat = d == 2;
-    for (int z = flat ? 0 : int(std::floor(centre[2] - radius)); z <= (flat ? 0 : int(centre[2] + radius)); ++z)
-        for (int y = int(std::floor(centre[1] - radius)); y <= int(centre[1] + radius); ++y)
-        {
-            const double dz = flat ? 0.0 : z - centre[2], dy = y - centre[1];
-            const double half2 = radius * radius - dy * dy - dz * dz;
-            if (half2 < 0)
-                continue;
-            const int left = int(std::ceil(centre[0] - std::sqrt(half2)));
-            const int right = int(std::floor(centre[0] + std::sqrt(half2)));
-            for (int x = left; x <= right; x += std::max(right - left, 1))
-                points.push_back(flat ? Point{double(x), double(y)} : Point{double(x), double(y), double(z)});
-        }
-    return HullOf(d, points);
-}
 } // namespace
 
 // Each load replaces a point left from before. Colours are saturated to the
@@ -225,13 +201,8 @@ TEST(HullImagePaint, CubeCornersAndEmptyHulls)
     const CConvexHullComputer cube = HullOf(3, corners);
     CImage image(IMAGE_GREY_8, CSize(6, 6, 6));
     cube.paintConvexHullToImage(image);
-    const Pixels painted = SetPixels(image, 1);
-    EXPECT_EQ(painted.size(), 27u);
-    EXPECT_EQ(SetPixels(image, 0).size(), 216u - 27u);
-    EXPECT_TRUE(std::all_of(painted.begin(), painted.end(), [](const auto& p) {
-        const auto [x, y, z] = p;
-        return std::min({x, y, z}) >= 1 && std::max({x, y, z}) <= 3;
-    }));
+    EXPECT_EQ(SetPixels(image, 1).size(), 27u);
+    ExpectPaintsTheInsidePixels(cube, CSize(6, 6, 6), "cube");
     // Within a smaller box only the box is painted, in the given colour.
     CImage boxed(IMAGE_GREY_16, CSize(6, 6, 6));
     cube.paintConvexHullToImage(boxed, Box{2, 0, 0, 5, 5, 1}, 700);
@@ -284,7 +255,7 @@ TEST(HullImagePaint, Failures)
 
 // Painting is compared pixel by pixel with the inside test tried on every
 // pixel: random hulls of integer points (many pixels on the boundary) in every
-// pixel type with boxes reaching outside the image, and hulls of many facets.
+// pixel type with boxes reaching outside the image, and a cap of many facets.
 TEST(HullImagePaint, PaintsExactlyThePixelsThatPassTheInsideTest)
 {
     std::mt19937 random(7);
@@ -301,28 +272,6 @@ TEST(HullImagePaint, PaintsExactlyThePixelsThatPassTheInsideTest)
                                     Box{-3, -3, -3, 40, 40, 40}, types[round % 4]);
     }
 
-    // Near a finely tessellated surface many planes come close to every
-    // pixel, and lattice points lie exactly on the facets.
-    const double centre[3] = {17.4, 16.6, 17.9}, disk[3] = {75.5, 74.25, 0.0};
-    const CConvexHullComputer lattice = LatticeBall(3, centre, 15.3), flat = LatticeBall(2, disk, 70.0);
-    EXPECT_GT(lattice.getA().size(), 300u);
-    EXPECT_GE(flat.getA().size(), 40u);
-    const CSize size(35, 34, 36);
-    ExpectPaintsTheInsidePixels(lattice, size, "lattice ball");
-    ExpectPaintsTheInsidePixels(lattice, size, "lattice ball, part", Box{5, -2, 10, 29, 40, 25});
-    ExpectPaintsTheInsidePixels(flat, CSize(152, 150, 1), "lattice disk");
-    // Vertices off the lattice: points on a sphere.
-    std::mt19937 gen(11);
-    std::normal_distribution<double> normal;
-    std::vector<Point> sphere(400);
-    for (Point& p : sphere)
-    {
-        const double v[3] = {normal(gen), normal(gen), normal(gen)};
-        const double scale = 14.2 / std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
-        p = {centre[0] + v[0] * scale, centre[1] + v[1] * scale, centre[2] + v[2] * scale};
-    }
-    ExpectPaintsTheInsidePixels(HullOf(3, sphere), size, "sphere");
-
     // A nearly flat cap: neighbouring facets differ by angles of about 1e-6,
     // and their normals are nearly perpendicular to the rows.
     std::vector<Point> cap{{14.0, 14.0, 1.0}};
@@ -330,38 +279,6 @@ TEST(HullImagePaint, PaintsExactlyThePixelsThatPassTheInsideTest)
         for (int x = 2; x <= 26; x += 3)
             cap.push_back({double(x), double(y), 6.0 + 1e-7 * ((x - 14) * (x - 14) + (y - 14) * (y - 14))});
     ExpectPaintsTheInsidePixels(HullOf(3, cap), CSize(30, 29, 9), "cap");
-}
-
-// A prism along the rows whose far section is smaller by some 1e-12 (the
-// more, the later its vertex comes in `section`), so its sides tilt by about
-// 1e-13 per pixel: a row lying on a side at the near end (value 0) passes eps
-// a few pixels further on. The side between the first two vertices is
-// exactly parallel to the rows.
-TEST(HullImagePaint, PlanesNearlyParallelToTheRows)
-{
-    const double section[][2] = {{12, 3}, {18, 6}, {21, 12}, {18, 18}, {12, 21}, {6, 18}, {3, 12}, {6, 6}};
-    std::vector<Point> points;
-    for (int k = 0; k < 8; ++k)
-    {
-        const double shrink = k < 2 ? 0.0 : 1e-13 * k;
-        const double y = section[k][0], z = section[k][1];
-        points.push_back({3.0, y, z});
-        points.push_back({40.0, y - shrink * (y - 12), z - shrink * (z - 12)});
-    }
-    const CConvexHullComputer prism = HullOf(3, points);
-    const CSize size(44, 24, 24);
-    ExpectPaintsTheInsidePixels(prism, size, "prism");
-
-    // Rows on the most tilted sides end well inside the prism; rows on the
-    // parallel side run its whole length.
-    CImage image(IMAGE_GREY_8, size);
-    prism.paintConvexHullToImage(image);
-    const std::tuple<int, int, int> ends[] = {{4, 14, 30}, {5, 16, 30}, {5, 8, 30}, {4, 10, 30}, {14, 4, 40}, {16, 5, 40}};
-    for (const auto& [y, z, x] : ends)
-    {
-        EXPECT_EQ(image.GetPixel(3, y, z), 1u) << y << " " << z;
-        EXPECT_EQ(image.GetPixel(x, y, z), x == 40 ? 1u : 0u) << y << " " << z;
-    }
 }
 
 // The painter must match the inside test for any set of half-spaces, not
@@ -449,25 +366,23 @@ TEST(HullImagePaint, NonFiniteEquations)
     } cases[] = {
         {{{{0, nan, 0}, 0.0}}, 125, -1},
         {{{{0, nan, 0}, 0.0}, {{0, 0, inf}, 0.0}}, 25, 0},
-        {{{{1e200, 0, 0}, 1e200}}, 25, -1},
+        {{{{1e200, 0, 0}, 1e200}}, 25, -1}, // only x = 1 is left
     };
-    const CSize size(7, 7, 7);
+    std::vector<Point> corners;
+    for (int i = 0; i < 8; ++i)
+        corners.push_back({1.0 + 4 * (i & 1), 1.0 + 2 * (i & 2), 1.0 * (i & 4)});
     for (const auto& c : cases)
     {
-        std::vector<Point> corners;
-        for (int i = 0; i < 8; ++i)
-            corners.push_back({1.0 + 4 * (i & 1), 1.0 + 2 * (i & 2), 1.0 * (i & 4)});
         CConvexHullComputer hull = HullOf(3, corners);
         for (const auto& [a, b] : c.planes)
             AddPlane(hull, a, b);
-        CImage image(IMAGE_GREY_8, size);
+        CImage image(IMAGE_GREY_8, CSize(7, 7, 7));
         hull.paintConvexHullToImage(image);
         const Pixels painted = SetPixels(image, 1);
         EXPECT_EQ(painted.size(), c.count);
         EXPECT_TRUE(std::all_of(painted.begin(), painted.end(),
                                 [&](const auto& p) { return c.slice < 0 || std::get<2>(p) == c.slice; }));
-        ExpectPaintsTheInsidePixels(hull, size, "whole image");
-        ExpectPaintsTheInsidePixels(hull, size, "beyond the image", Box{-2, -2, -2, 9, 9, 9});
-        ExpectPaintsTheInsidePixels(hull, size, "no slice 0", Box{0, 0, 1, 6, 6, 6});
+        ExpectPaintsTheInsidePixels(hull, CSize(7, 7, 7), "beyond the image", Box{-2, -2, -2, 9, 9, 9});
+        ExpectPaintsTheInsidePixels(hull, CSize(7, 7, 7), "no slice 0", Box{0, 0, 1, 6, 6, 6});
     }
 }

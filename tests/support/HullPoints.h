@@ -30,12 +30,8 @@ inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shap
         double norm2 = 0.0;
         while (norm2 == 0.0)
         {
-            norm2 = 0.0;
-            for (std::size_t j = 0; j < dim; ++j)
-            {
-                p[j] = normal(generator);
-                norm2 += p[j] * p[j];
-            }
+            std::generate(p, p + dim, [&] { return normal(generator); });
+            norm2 = std::inner_product(p, p + dim, p, 0.0);
         }
         // A Gaussian vector has a uniform direction; in the ball the radius
         // has the density d r^(d-1), so it is the d-th root of a uniform draw.
