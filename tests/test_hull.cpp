@@ -288,8 +288,7 @@ struct ReferenceHull
     std::list<CMatrix<double>> A;
     std::list<double> b;
 
-    static double Height(const CFacet* f, const CMatrix<double>& p) { return (f->getA() * p)(0, 0); }
-    static bool Above(const CFacet* f, const CMatrix<double>& p) { return Height(f, p) > f->getb()(0, 0) + 1e-12; }
+    static bool Above(const CFacet* f, const CMatrix<double>& p) { return (f->getA() * p)(0, 0) > f->getb()(0, 0) + 1e-12; }
 
     static CMatrix<double> Without(const CMatrix<double>& M, std::size_t skip)
     {
@@ -301,6 +300,11 @@ struct ReferenceHull
     }
 
     CFacet* Own(CFacet* f) { return owned.emplace_back(f).get(); }
+    static void Link(CFacet* a, CFacet* b)
+    {
+        a->addNeighbour(b);
+        b->addNeighbour(a);
+    }
 
     void Compute()
     {
@@ -313,16 +317,13 @@ struct ReferenceHull
             if (Above(f, S.GetCol(i)))
                 f->flipDirection();
             for (CFacet* g : facets)
-            {
-                g->addNeighbour(f);
-                f->addNeighbour(g);
-            }
+                Link(g, f);
         }
         Distribute(facets);
         CMatrix<double> p(d, 1);
         for (;;)
         {
-            const auto f = std::find_if(facets.begin(), facets.end(), [&](CFacet* g) { return Furthest(g, p); });
+            const auto f = std::find_if(facets.begin(), facets.end(), [&](CFacet* g) { return g->getFurthest(p); });
             if (f == facets.end())
                 break;
             Horizon(*f, p);
@@ -368,31 +369,15 @@ struct ReferenceHull
         FAIL() << "no start simplex";
     }
 
-    static bool Furthest(const CFacet* f, CMatrix<double>& p)
-    {
-        double threshold = f->getb()(0, 0) + 1e-12;
-        bool found = false;
-        for (const CMatrix<double>& q : f->getOutsideSet())
-            if (Height(f, q) > threshold)
-            {
-                threshold = Height(f, q);
-                p = q;
-                found = true;
-            }
-        return found;
-    }
-
     void Distribute(const std::list<CFacet*>& L)
     {
         for (CFacet* f : L)
-            for (auto it = points.begin(); it != points.end();)
-                if (Above(f, *it))
-                {
-                    f->addToOutsideSet(*it);
-                    it = points.erase(it);
-                }
-                else
-                    ++it;
+            points.remove_if([&](const CMatrix<double>& q) {
+                if (!Above(f, q))
+                    return false;
+                f->addToOutsideSet(q);
+                return true;
+            });
         points.clear();
     }
 
@@ -422,8 +407,7 @@ struct ReferenceHull
         if (Above(nf, c->getReferencePoint()))
             nf->flipDirection();
         c->setConstructedFacet(nf);
-        c->getHiddenFacet()->addNeighbour(nf);
-        nf->addNeighbour(c->getHiddenFacet());
+        Link(c->getHiddenFacet(), nf);
         for (std::size_t k = 0; k < c->getVertices().Cols(); ++k)
         {
             CMatrix<double> Q = Without(c->getVertices(), k);
@@ -431,10 +415,7 @@ struct ReferenceHull
                 if (c2 != c && c2->hasVertices(Q))
                 {
                     if (CFacet* e = c2->getConstructedFacet())
-                    {
-                        e->addNeighbour(nf);
-                        nf->addNeighbour(e);
-                    }
+                        Link(e, nf);
                     else
                         Build(c2, p);
                 }

@@ -327,16 +327,12 @@ TEST(HullImagePaint, BoundariesThroughPixelCentres)
                                                    {{-0.73, 2.19, 5.11}, 7.3}, {{0.1, 0.7, -0.3}, 0.9},
                                                    {{-0.1, 0.3}, 0.4},         {{0.7, -0.1}, 3.3}};
     const CSize size(48, 19, 11);
-    CConvexHullComputer all3(3, "all", nullptr), all2(2, "all", nullptr);
     for (const auto& [a, level] : boundaries)
     {
         CConvexHullComputer one(a.size(), "one", nullptr);
         AddPlane(one, a, level - eps);
-        AddPlane(a.size() == 3 ? all3 : all2, a, level - eps);
         ExpectPaintsTheInsidePixels(one, size, "boundary " + std::to_string(level));
     }
-    ExpectPaintsTheInsidePixels(all3, size, "3-D boundaries together");
-    ExpectPaintsTheInsidePixels(all2, size, "2-D boundaries together");
 
     for (double scale : {1.0, 0.7, 1.3, 3.1, 0.37, 9.0})
         for (int level = 1; level <= 4; ++level)
