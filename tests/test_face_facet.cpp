@@ -176,11 +176,3 @@ TEST(Facet, AddNeighbourFillsSlotOfTheUnsharedVertex)
     const std::string printed = testing::internal::GetCapturedStdout();
     EXPECT_EQ(printed, Printed(far) + Printed(f));
 }
-
-TEST(Facet, FlipNegatesTheEquation)
-{
-    CFacet f(Columns({{0.3, 0.1}, {1.7, 2.9}}));
-    const CMatrix<double> A = f.getA(), b = f.getb();
-    f.flipDirection();
-    EXPECT_TRUE(f.getA() == Mat(1, 2, {-A(0, 0), -A(0, 1)}) && f.getb() == Mat(1, 1, {-b(0, 0)}));
-}

@@ -26,6 +26,9 @@ using TOLX::CMatrix;
 using testsupport::Col;
 using testsupport::Columns;
 using testsupport::Point;
+using HullPoints::Equations;
+using HullPoints::Flat;
+using HullPoints::HullOf;
 
 namespace
 {
@@ -42,24 +45,6 @@ public:
     using CConvexHullComputer::horizon;
     using CConvexHullComputer::visibleFacets;
 };
-
-std::vector<Point> Flat(const std::list<CMatrix<double>>& list)
-{
-    std::vector<Point> out;
-    for (const CMatrix<double>& m : list)
-        out.push_back(testsupport::Elements(m));
-    return out;
-}
-
-// The result equations, each row followed by its offset.
-std::vector<Point> Equations(const CConvexHullComputer& hull)
-{
-    std::vector<Point> rows = Flat(hull.getA());
-    auto b = hull.getb().begin();
-    for (Point& row : rows)
-        row.push_back(*b++);
-    return rows;
-}
 
 bool Near(const Point& a, const Point& b, double tolerance)
 {
@@ -91,22 +76,6 @@ struct Lcg
     }
 };
 
-CConvexHullComputer HullOf(const std::vector<Point>& points)
-{
-    CConvexHullComputer hull(points.front().size(), "hull", nullptr);
-    for (const Point& p : points)
-        hull.addPoint(Col(p));
-    return hull;
-}
-
-std::vector<Point> RandomPoints(std::size_t d, std::size_t n, HullPoints::Shape shape, unsigned seed)
-{
-    const std::vector<double> coords = HullPoints::Random(d, n, shape, seed);
-    std::vector<Point> points;
-    for (auto at = coords.begin(); at != coords.end(); at += long(d))
-        points.emplace_back(at, at + long(d));
-    return points;
-}
 } // namespace
 
 // The unit square from the triangle of its first three corners: the fourth
@@ -442,6 +411,9 @@ std::string ThrownBy(Call&& call)
 TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
 {
     using HullPoints::Shape;
+    const auto random = [](std::size_t d, std::size_t n, Shape shape, unsigned seed) {
+        return HullPoints::Rows(HullPoints::Random(d, n, shape, seed), d);
+    };
     std::vector<Point> grid, square, prism;
     // A grid: many coplanar facets, points on facets and duplicates.
     for (int i = 0; i < 84; ++i)
@@ -461,11 +433,11 @@ TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
         unsigned seed;
         const char* thrown;
     } cases[] = {
-        {"ball d=2", RandomPoints(2, 600, Shape::Ball, 9), 13, ""},
-        {"ball d=3", RandomPoints(3, 600, Shape::Ball, 10), 14, ""},
-        {"ball d=4", RandomPoints(4, 600, Shape::Ball, 11), 15, ""},
-        {"ball d=5", RandomPoints(5, 250, Shape::Ball, 12), 16, ""},
-        {"sphere", RandomPoints(3, 400, Shape::Sphere, 3), 5, ""},
+        {"ball d=2", random(2, 600, Shape::Ball, 9), 13, ""},
+        {"ball d=3", random(3, 600, Shape::Ball, 10), 14, ""},
+        {"ball d=4", random(4, 600, Shape::Ball, 11), 15, ""},
+        {"ball d=5", random(5, 250, Shape::Ball, 12), 16, ""},
+        {"sphere", random(3, 400, Shape::Sphere, 3), 5, ""},
         {"grid", grid, 8, ""},
         {"square grid", square, 3, ""},
         {"wide prism", prism, 5, kAlreadyInside},

@@ -2,7 +2,6 @@
 // with duplicates: both must find the same facet planes and the same vertices.
 
 #include "HullPoints.h"
-#include "Matrices.h"
 #include "QhullPeer.h"
 #include "VornNumeric.h"
 
@@ -50,37 +49,29 @@ std::vector<Plane> Distinct(std::vector<Plane> planes)
     return kept;
 }
 
-// Both hulls of the points; checks that they describe the same distinct
-// half-spaces and returns our vertices, which getVertices must list once each
-// and CConvexHullHelpers::GetVertices must list as the same set.
-std::set<Point> ExpectSamePlanes(const std::vector<double>& coords, std::size_t dim, CQhullRun& qhull,
-                                 TOLX::CConvexHullComputer& ours)
+// Builds both hulls of the points and checks that they describe the same
+// distinct half-spaces and vertices; getVertices must list each vertex once
+// and CConvexHullHelpers::GetVertices the same set. Returns how many there are.
+std::size_t ExpectSameHulls(const std::vector<double>& coords, std::size_t dim)
 {
-    for (std::size_t i = 0; i < coords.size(); i += dim)
-        ours.addPoint(testsupport::Col(Point(coords.begin() + long(i), coords.begin() + long(i + dim))));
+    CQhullRun qhull(coords, dim);
+    TOLX::CConvexHullComputer ours = HullPoints::HullOf(HullPoints::Rows(coords, dim));
     ours.compute();
     EXPECT_EQ(qhull.ExitCode(), 0);
-    std::vector<Plane> mine;
-    auto b = ours.getb().begin();
-    for (const TOLX::CMatrix<double>& row : ours.getA())
-    {
-        mine.push_back(testsupport::Elements(row));
-        mine.back().push_back(*b++);
-    }
+    const std::vector<Plane> mine = HullPoints::Equations(ours);
     const std::vector<Plane> distinctMine = Distinct(mine), theirs = Distinct(qhull.Planes());
     EXPECT_EQ(distinctMine.size(), theirs.size());
     EXPECT_EQ(MissingCount(mine, theirs), 0u) << "planes Qhull does not have";
     EXPECT_EQ(MissingCount(theirs, distinctMine), 0u) << "Qhull planes we lack";
 
-    std::set<Point> vertices;
-    const std::list<TOLX::CMatrix<double>> listed = ours.getVertices();
-    for (const TOLX::CMatrix<double>& v : listed)
-        vertices.insert(testsupport::Elements(v));
+    const std::vector<Point> listed = HullPoints::Flat(ours.getVertices());
+    const std::set<Point> vertices(listed.begin(), listed.end());
     EXPECT_EQ(vertices.size(), listed.size()) << "getVertices listed a vertex twice";
+    EXPECT_TRUE(vertices == qhull.Vertices());
     std::list<std::vector<double>> helper;
     TOLX::CConvexHullHelpers::GetVertices(helper, ours);
     EXPECT_EQ(std::set<Point>(helper.begin(), helper.end()), vertices);
-    return vertices;
+    return vertices.size();
 }
 } // namespace
 
@@ -105,11 +96,8 @@ TEST(HullQhull, RandomPointsGiveQhullsPlanesAndVertices)
             std::vector<double> coords = HullPoints::Random(c.dim, c.count, c.shape, c.seed);
             if (duplicated)
                 coords = HullPoints::WithDuplicates(coords, c.dim, 3, c.seed + 1000);
-            CQhullRun qhull(coords, c.dim);
-            TOLX::CConvexHullComputer ours(c.dim, "hull", nullptr);
-            const std::set<Point> vertices = ExpectSamePlanes(coords, c.dim, qhull, ours);
-            EXPECT_TRUE(vertices == qhull.Vertices());
-            EXPECT_TRUE(c.shape == Shape::Ball || vertices.size() == c.count) << "every point on a sphere is a vertex";
+            const std::size_t vertices = ExpectSameHulls(coords, c.dim);
+            EXPECT_TRUE(c.shape == Shape::Ball || vertices == c.count) << "every point on a sphere is a vertex";
         }
 }
 
