@@ -218,7 +218,6 @@ TEST(HullImagePaint, Failures)
                       line);
     HullPoints::HullOf({}, 3).paintConvexHullToImage(mono, box, 255); // binary foreground accepts grey values here
     EXPECT_EQ(mono.GetPixel(1, 1, 1), 255u);
-
 }
 
 // Painting is compared pixel by pixel with the inside test tried on every

@@ -1,15 +1,14 @@
 // Objects used on different threads do not interfere: every thread builds
 // and queries its own hull computers, matrices and images at the same time
-// as the others, and gets bit for bit what the same work gave on one thread. Run under ThreadSanitizer (preset "tsan") this
-// also checks that no hidden shared state is written without a lock.
+// as the others, and gets bit for bit what the same work gave on one thread.
+// Run under ThreadSanitizer (preset "tsan") this also checks that no hidden
+// shared state is written without a lock.
 
-#include "Matrices.h"
-#include "VornNumeric.h"
+#include "HullPoints.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,43 +17,26 @@ namespace
 {
 // Everything a job computes, as the bytes of its numbers (NaN included) and texts.
 template <class T>
-void Add(std::string& out, const T& value)
+void Add(std::string& out, const std::vector<T>& values)
 {
-    out.append(reinterpret_cast<const char*>(&value), sizeof value);
-}
-
-void AddAll(std::string& out, const std::vector<double>& values)
-{
-    for (double v : values)
-        Add(out, v);
-}
-
-TOLX::CMatrix<double> RandomMatrix(std::size_t rows, std::size_t cols, std::mt19937& engine, double range)
-{
-    std::uniform_real_distribution<double> value(-range, range);
-    TOLX::CMatrix<double> m(rows, cols);
-    for (std::size_t i = 0; i < rows * cols; ++i)
-        m(i / cols, i % cols) = value(engine);
-    return m;
+    out.append(reinterpret_cast<const char*>(values.data()), values.size() * sizeof(T));
 }
 
 std::string RunJob(unsigned id)
 {
-    std::mt19937 engine(id);
+    using HullPoints::Shape;
     std::string out;
     // The start simplex is drawn with the calling thread's generator.
     TOLX::SeedRand15(1000 + id);
-    TOLX::CConvexHullComputer hull(3, "thread", nullptr), few(3, "few", nullptr);
-    for (int k = 0; k < 150; ++k)
-        hull.addPoint(RandomMatrix(3, 1, engine, 10.0));
+    TOLX::CConvexHullComputer hull = HullPoints::HullOf(HullPoints::Rows(HullPoints::Random(3, 150, Shape::Ball, id), 3));
     hull.compute();
-    for (const TOLX::CMatrix<double>& row : hull.getA())
-        AddAll(out, testsupport::Elements(row));
-    AddAll(out, std::vector<double>(hull.getb().begin(), hull.getb().end()));
-    for (const TOLX::CMatrix<double>& v : hull.getVertices())
-        AddAll(out, testsupport::Elements(v));
-    for (int k = 0; k < 50; ++k)
-        Add(out, hull.isInside(RandomMatrix(3, 1, engine, 10.0)));
+    for (const std::vector<double>& row : HullPoints::Equations(hull))
+        Add(out, row);
+    for (const std::vector<double>& vertex : HullPoints::Flat(hull.getVertices()))
+        Add(out, vertex);
+    for (const std::vector<double>& probe : HullPoints::Rows(HullPoints::Random(3, 50, Shape::Ball, id + 100), 3))
+        out += hull.isInside(testsupport::Col(probe)) ? '1' : '0';
+    TOLX::CConvexHullComputer few(3, "few", nullptr);
     few.addPoint(TOLX::CMatrix<double>(3, 1));
     try
     {
@@ -76,13 +58,15 @@ std::string RunJob(unsigned id)
     imageHull.compute();
     imageHull.paintConvexHullToImage(painted, box, 500 + id);
     for (int i = 0; i < 12 * 10 * 8; ++i)
-        Add(out, painted.GetPixel(i % 12, i / 12 % 10, i / 120));
+        Add(out, std::vector<std::uint64_t>{painted.GetPixel(i % 12, i / 12 % 10, i / 120)});
 
     // A singular value decomposition.
-    TOLX::CMatrix<double> A = RandomMatrix(6, 5, engine, 1.0), U(6, 5), S(5, 1), V(5, 5);
-    Add(out, TOLX::CNumeric::Svd(A, U, S, V, true));
-    AddAll(out, testsupport::Elements(S));
-    AddAll(out, testsupport::Elements(V));
+    const std::vector<double> elements = HullPoints::Random(5, 6, Shape::Ball, id);
+    TOLX::CMatrix<double> A(6, 5), U(6, 5), S(5, 1), V(5, 5);
+    std::copy(elements.begin(), elements.end(), A.Data());
+    out += TOLX::CNumeric::Svd(A, U, S, V, true) ? '1' : '0';
+    Add(out, testsupport::Elements(S));
+    Add(out, testsupport::Elements(V));
     return out;
 }
 } // namespace
