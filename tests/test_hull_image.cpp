@@ -147,7 +147,8 @@ TEST(HullImageLoad, OutermostPixelsOfEveryRowInOrder)
     }
 }
 
-// The dimension is checked before the points are cleared, type and colour after.
+// The loaders check the dimension before they clear the points, type and
+// colour after; the box loader clears them first.
 TEST(HullImageLoad, FailuresAndTheListLeftBehind)
 {
     const CImage grey = ImageOf(IMAGE_GREY_8, CSize(3, 3, 3), {{1, 1, 1, 1}});
@@ -155,24 +156,24 @@ TEST(HullImageLoad, FailuresAndTheListLeftBehind)
     const std::string space = "The loadPointsFromImage(...) functionality is only provided in 3-space, but was called "
                               "with a ConvexHullComputer in 4-space";
     using Load = std::function<void(CConvexHullComputer&)>;
-    const std::tuple<std::size_t, Load, std::string, std::string, int, int> cases[] = {
+    const std::tuple<std::size_t, Load, std::string, std::string, int, std::size_t> cases[] = {
         {4, [&](auto& h) { h.loadPointsFromImage(grey); }, space, kLoad, 756, 1},
         {4, [&](auto& h) { h.loadPointsFromImage(grey, 1); }, space, kLoad, 791, 1},
         {4, [&](auto& h) { h.loadPointsFromImageBox(grey, 1, 0, 0, 0, 0, 0, 0); }, "1d not implemented",
-         "typed_loadPointsFromImageBox", 274, -1},
+         "typed_loadPointsFromImageBox", 274, 0},
         {1, [&](auto& h) { h.loadPointsFromImage(grey); }, "1d not implemented", "typed_loadPointsFromImage", 130, 0},
         {3, [&](auto& h) { h.loadPointsFromImage(real); }, kTypes, kLoad, 785, 0},
         {3, [&](auto& h) { h.loadPointsFromImage(real, 1); }, kTypes, kLoad, 819, 0},
         {3, [&](auto& h) { h.loadPointsFromImage(mono, 2); }, kMono, kLoad, 800, 0},
-        {3, [&](auto& h) { h.loadPointsFromImageBox(mono, 2, 0, 0, 0, 0, 0, 0); }, kMono, kLoadBox, 833, -1},
-        {3, [&](auto& h) { h.loadPointsFromImageBox(real, 1, 0, 0, 0, 0, 0, 0); }, kTypes, kLoadBox, 856, -1},
+        {3, [&](auto& h) { h.loadPointsFromImageBox(mono, 2, 0, 0, 0, 0, 0, 0); }, kMono, kLoadBox, 833, 0},
+        {3, [&](auto& h) { h.loadPointsFromImageBox(real, 1, 0, 0, 0, 0, 0, 0); }, kTypes, kLoadBox, 856, 0},
     };
     for (const auto& [dim, load, message, function, line, left] : cases)
     {
         CConvexHullComputer hull(dim, "hull", nullptr);
         hull.addPoint(Col(Point(dim, 1.0)));
         ExpectThrowAt([&] { load(hull); }, message, function, kFile, line);
-        EXPECT_TRUE(left < 0 || hull.getPoints().size() == std::size_t(left)) << line;
+        EXPECT_EQ(hull.getPoints().size(), left) << line;
     }
 }
 
@@ -314,30 +315,27 @@ TEST(HullImagePaint, BoundariesThroughPixelCentres)
 TEST(HullImagePaint, NonFiniteEquations)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
-    const struct
-    {
-        std::vector<std::pair<Point, double>> planes;
-        std::size_t count; // of the 5-by-5-by-5 box [1, 5] x [1, 5] x [0, 4]
-        int slice;         // -1: any
-    } cases[] = {
-        {{{{0, nan, 0}, 0.0}}, 125, -1},
-        {{{{0, nan, 0}, 0.0}, {{0, 0, inf}, 0.0}}, 25, 0},
-        {{{{1e200, 0, 0}, 1e200}}, 25, -1}, // only x = 1 is left
+    const std::pair<std::vector<std::pair<Point, double>>, Box> cases[] = {
+        {{{{0, nan, 0}, 0.0}}, {1, 1, 0, 5, 5, 4}}, // the whole box [1, 5] x [1, 5] x [0, 4]
+        {{{{0, nan, 0}, 0.0}, {{0, 0, inf}, 0.0}}, {1, 1, 0, 5, 5, 0}},
+        {{{{1e200, 0, 0}, 1e200}}, {1, 1, 0, 1, 5, 4}},
     };
     std::vector<Point> corners;
     for (int i = 0; i < 8; ++i)
         corners.push_back({1.0 + 4 * (i & 1), 1.0 + 2 * (i & 2), 1.0 * (i & 4)});
-    for (const auto& c : cases)
+    for (const auto& [planes, kept] : cases)
     {
         CConvexHullComputer hull = Computed(corners);
-        for (const auto& [a, b] : c.planes)
+        for (const auto& [a, b] : planes)
             AddPlane(hull, a, b);
         CImage image(IMAGE_GREY_8, CSize(7, 7, 7));
         hull.paintConvexHullToImage(image);
-        const Pixels painted = SetPixels(image, 1);
-        EXPECT_EQ(painted.size(), c.count);
-        EXPECT_TRUE(std::all_of(painted.begin(), painted.end(),
-                                [&](const auto& p) { return c.slice < 0 || std::get<2>(p) == c.slice; }));
+        Pixels expected;
+        for (int i = 0; i < 7 * 7 * 7; ++i)
+            if (i % 7 >= kept.xmin && i % 7 <= kept.xmax && i / 7 % 7 >= kept.ymin && i / 7 % 7 <= kept.ymax &&
+                i / 49 >= kept.zmin && i / 49 <= kept.zmax)
+                expected.emplace(i % 7, i / 7 % 7, i / 49);
+        EXPECT_TRUE(SetPixels(image, 1) == expected) << kept.xmax << " " << kept.zmax;
         ExpectPaintsTheInsidePixels(hull, CSize(7, 7, 7), "beyond the image", Box{-2, -2, -2, 9, 9, 9});
         ExpectPaintsTheInsidePixels(hull, CSize(7, 7, 7), "no slice 0", Box{0, 0, 1, 6, 6, 6});
     }
