@@ -1,11 +1,16 @@
 #pragma once
 
-// Reproducible point sets for comparing convex hulls. Points are stored row
-// by row in one flat array: point i occupies [i * dim, (i + 1) * dim).
+// Reproducible point sets for comparing convex hulls, and the hull computer's
+// input and results as plain numbers. Random points are stored row by row in
+// one flat array: point i occupies [i * dim, (i + 1) * dim).
+
+#include "Matrices.h"
+#include "VornNumeric.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <list>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -30,12 +35,8 @@ inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shap
         double norm2 = 0.0;
         while (norm2 == 0.0)
         {
-            norm2 = 0.0;
-            for (std::size_t j = 0; j < dim; ++j)
-            {
-                p[j] = normal(generator);
-                norm2 += p[j] * p[j];
-            }
+            std::generate(p, p + dim, [&] { return normal(generator); });
+            norm2 = std::inner_product(p, p + dim, p, 0.0);
         }
         // A Gaussian vector has a uniform direction; in the ball the radius
         // has the density d r^(d-1), so it is the d-th root of a uniform draw.
@@ -52,18 +53,51 @@ inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shap
 inline std::vector<double> WithDuplicates(const std::vector<double>& coords, std::size_t dim, std::size_t every,
                                           unsigned seed)
 {
-    const std::size_t count = coords.size() / dim;
-    std::vector<std::size_t> order(count);
+    std::vector<std::size_t> order(coords.size() / dim);
     std::iota(order.begin(), order.end(), std::size_t{0});
-    for (std::size_t i = 0; i < count; i += every)
+    for (std::size_t i = 0, count = order.size(); i < count; i += every)
         order.push_back(i);
-    std::mt19937 generator(seed);
-    std::shuffle(order.begin(), order.end(), generator);
-
+    std::shuffle(order.begin(), order.end(), std::mt19937(seed));
     std::vector<double> result;
-    result.reserve(order.size() * dim);
     for (std::size_t i : order)
         result.insert(result.end(), coords.begin() + long(i * dim), coords.begin() + long((i + 1) * dim));
     return result;
+}
+
+// The points of a flat array, one vector each.
+inline std::vector<std::vector<double>> Rows(const std::vector<double>& coords, std::size_t dim)
+{
+    std::vector<std::vector<double>> rows;
+    for (auto at = coords.begin(); at != coords.end(); at += long(dim))
+        rows.emplace_back(at, at + long(dim));
+    return rows;
+}
+
+// A computer holding the points, in d-space (by default that of the first point).
+inline TOLX::CConvexHullComputer HullOf(const std::vector<std::vector<double>>& points, std::size_t d = 0)
+{
+    TOLX::CConvexHullComputer hull(d ? d : points.front().size(), "hull", nullptr);
+    for (const std::vector<double>& p : points)
+        hull.addPoint(testsupport::Col(p));
+    return hull;
+}
+
+// The elements of each matrix of a list.
+inline std::vector<std::vector<double>> Flat(const std::list<TOLX::CMatrix<double>>& list)
+{
+    std::vector<std::vector<double>> out;
+    for (const TOLX::CMatrix<double>& m : list)
+        out.push_back(testsupport::Elements(m));
+    return out;
+}
+
+// The result equations, each row followed by its offset.
+inline std::vector<std::vector<double>> Equations(const TOLX::CConvexHullComputer& hull)
+{
+    std::vector<std::vector<double>> rows = Flat(hull.getA());
+    auto b = hull.getb().begin();
+    for (std::vector<double>& row : rows)
+        row.push_back(*b++);
+    return rows;
 }
 } // namespace HullPoints
