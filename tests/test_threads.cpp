@@ -1,10 +1,13 @@
 // Objects used on different threads do not interfere: every thread builds
 // and queries its own hull computers, matrices and images at the same time
 // as the others, and gets bit for bit what the same work gave on one thread.
+// Moments with their value maps and an eigenproblem ride along.
 // Run under ThreadSanitizer (preset "tsan") this also checks that no hidden
 // shared state is written without a lock.
 
 #include "HullPoints.h"
+#include "Numeric/Moment.h"
+#include "Numeric/SymmMatrix.h"
 
 #include <gtest/gtest.h>
 
@@ -67,6 +70,26 @@ std::string RunJob(unsigned id)
     out += TOLX::CNumeric::Svd(A, U, S, V, true) ? '1' : '0';
     Add(out, testsupport::Elements(S));
     Add(out, testsupport::Elements(V));
+
+    // Moments of the same numbers, their value map, and an eigenproblem.
+    TOLX::CMoment moment(3);
+    TOLX::CObjectMoment objects(7, 2);
+    for (std::size_t k = 0; k + 2 < elements.size(); ++k)
+    {
+        moment(1.0 + double(k % 3), elements[k], elements[k + 1], elements[k + 2]);
+        objects(TOLX::int64(k % 7), elements[k], elements[k + 1], 0.0);
+    }
+    moment.ComputeInertia();
+    Add(out, moment.getInertiaMoments());
+    objects.Compute();
+    out += std::to_string(TOLX::CValueMap(objects).Size());
+    const TOLX::CSymmMatrix<double> symmetric({elements[0], elements[1], elements[2], elements[1], elements[3],
+                                              elements[4], elements[2], elements[4], elements[5]},
+                                             3);
+    TOLX::CSymmMatrix<double> vectors(3);
+    std::vector<double> values(3);
+    symmetric.SolveEigenProblem(vectors, values, 2.220446049250313e-16);
+    Add(out, values);
     return out;
 }
 } // namespace
