@@ -26,7 +26,6 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-using vorntest::JsonReader;
 using vorntest::JsonValue;
 
 namespace
@@ -85,10 +84,18 @@ protected:
         for (const ErrorCase& c : cases)
         {
             const ToolRun run = Vorn(c.arguments, c.input);
-            EXPECT_EQ(run.code, c.code) << c.arguments;
-            EXPECT_EQ(run.err, "vorn: " + c.message + "\n") << c.arguments;
-            EXPECT_EQ(run.out, "") << c.arguments;
+            EXPECT_EQ(std::make_tuple(run.code, run.err, run.out), std::make_tuple(c.code, "vorn: " + c.message + "\n", ""))
+                << c.arguments;
         }
+    }
+
+    // A failing run whose one line of error starts with `start`, libtiff's
+    // detail after it.
+    void ExpectErrorStart(const ToolRun& run, int code, const std::string& start)
+    {
+        EXPECT_EQ(run.code, code);
+        EXPECT_EQ(run.err.rfind("vorn: " + start, 0), 0u) << run.err;
+        EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
     }
 
     std::string m_dir;
@@ -96,14 +103,11 @@ protected:
 
 #ifdef VORN_HAVE_TIFF
 // Labels for the four test objects, chosen to need the pixel type's full width.
-struct Labels
+std::array<std::uint32_t, 4> LabelsFor(int bits)
 {
-    std::uint32_t box, round, flat, pair;
-};
-
-Labels LabelsFor(int bits)
-{
-    return bits == 8 ? Labels{1, 2, 200, 255} : bits == 16 ? Labels{1, 300, 4000, 65535} : Labels{1, 5, 65536, 70000};
+    return bits == 8 ? std::array<std::uint32_t, 4>{1, 2, 200, 255}
+           : bits == 16 ? std::array<std::uint32_t, 4>{1, 300, 4000, 65535}
+                        : std::array<std::uint32_t, 4>{1, 5, 65536, 70000};
 }
 
 template <class Visit>
@@ -120,31 +124,30 @@ void ForEachPixel(const TOLX::CImage& image, Visit&& visit)
 // two-pixel object.
 TOLX::CImage LabelImage(int bits, int depth)
 {
-    const Labels labels = LabelsFor(bits);
+    const auto [box, round, flat, pair] = LabelsFor(bits);
     TOLX::CImage image(bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32,
                        TOLX::CSize(30, 24, depth));
     const int zc = depth / 2;
     ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
         const double dx = x - 20.3, dy = y - 8.6, dz = depth > 1 ? z - zc : 0;
         if (x >= 2 && x <= 9 && y >= 2 && y <= 6 && z <= 3)
-            image.SetPixel(x, y, z, labels.box);
+            image.SetPixel(x, y, z, box);
         else if (dx * dx + dy * dy + dz * dz <= 16.5)
-            image.SetPixel(x, y, z, labels.round);
+            image.SetPixel(x, y, z, round);
     });
     for (int i = 0; i < 5; ++i)
         for (int x = 3; x < (depth > 1 ? 8 : 4); ++x)
-            image.SetPixel(depth > 1 ? x : x + i, 14 + i, zc, labels.flat);
-    image.SetPixel(25, 20, 0, labels.pair);
-    image.SetPixel(26, 21, depth - 1, labels.pair);
+            image.SetPixel(depth > 1 ? x : x + i, 14 + i, zc, flat);
+    image.SetPixel(25, 20, 0, pair);
+    image.SetPixel(26, 21, depth - 1, pair);
     return image;
 }
 
 void WriteImage(const TOLX::CImage& image, const std::string& path)
 {
     std::vector<vorntest::RawPage> pages;
-    const int bits = 8 * image.Type().BytesPerPixel();
     for (int z = 0; z < image.Depth(); ++z)
-        pages.push_back(vorntest::MakePage(bits, image.Width(), image.Height(),
+        pages.push_back(vorntest::MakePage(8 * image.Type().BytesPerPixel(), image.Width(), image.Height(),
                                            [&](int x, int y) { return image.GetPixel(x, y, z); }));
     ASSERT_TRUE(vorntest::WriteRawTiff(path, pages));
 }
@@ -251,8 +254,7 @@ void ExpectSameValue(const JsonValue& json, const TOLX::CValue& value, const std
 void ExpectSameObject(const JsonValue& got, const Direct& want, std::size_t d)
 {
     SCOPED_TRACE("label " + std::to_string(want.label));
-    EXPECT_EQ(got["label"].number, double(want.label));
-    EXPECT_EQ(got["pixels"].number, want.pixels);
+    EXPECT_EQ(std::make_tuple(got["label"].number, got["pixels"].number), std::make_tuple(double(want.label), want.pixels));
     EXPECT_EQ(got["centre_of_mass"].Numbers(), want.centre);
     EXPECT_EQ(got["principal_moments"].Numbers(), want.principal);
     EXPECT_EQ(got["main_axis"].Numbers(), want.axis);
@@ -264,9 +266,9 @@ void ExpectSameObject(const JsonValue& got, const Direct& want, std::size_t d)
     EXPECT_EQ(got["hull_problem"].kind, want.hull ? JsonValue::NUL : JsonValue::STRING);
     if (want.hull)
     {
-        EXPECT_EQ(got["hull"]["facets"].number, double(want.facets));
-        EXPECT_EQ(got["hull"]["vertices"].number, double(want.vertices));
-        EXPECT_EQ(got["hull"]["painted_pixels"].number, double(want.hullPixels.size()));
+        const JsonValue& hull = got["hull"];
+        EXPECT_EQ(std::make_tuple(hull["facets"].number, hull["vertices"].number, hull["painted_pixels"].number),
+                  std::make_tuple(double(want.facets), double(want.vertices), double(want.hullPixels.size())));
         EXPECT_DOUBLE_EQ(got["solidity"].number, want.pixels / double(want.hullPixels.size()));
     }
     else
@@ -303,13 +305,12 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
             const ToolRun run = Vorn("analyze --json --paint '" + painted + "' '" + input + "'");
             ASSERT_EQ(run.code, 0) << run.err;
             EXPECT_EQ(run.err, ""); // no progress bar when standard error is a file
-            const JsonValue report = JsonReader::Parse(run.out);
+            const JsonValue report = vorntest::ParseJson(run.out);
             const std::vector<Direct> direct = DirectResults(image);
 
-            EXPECT_EQ(report["source"].text, input);
-            EXPECT_EQ(report["dimension"].number, d);
-            EXPECT_EQ(report["bits_per_pixel"].number, bits);
-            EXPECT_EQ(report["labels"].number, LabelsFor(bits).pair + 1.0);
+            EXPECT_EQ(std::make_tuple(report["source"].text, report["dimension"].number, report["bits_per_pixel"].number,
+                                      report["labels"].number),
+                      std::make_tuple(input, double(d), double(bits), LabelsFor(bits)[3] + 1.0));
             const JsonValue& objects = report["objects"];
             ASSERT_EQ(direct.size(), 4u);
             ASSERT_EQ(objects.items.size(), 4u);
@@ -359,13 +360,17 @@ TEST_F(VornCli, AnalyzeTextReport)
 }
 #endif
 
-TEST_F(VornCli, AnalyzeBuiltInSample)
+TEST_F(VornCli, BuiltInSampleAndHelp)
 {
-    const ToolRun run = Vorn("analyze");
-    ASSERT_EQ(run.code, 0) << run.err;
-    EXPECT_EQ(run.err, "");
-    EXPECT_EQ(run.out.rfind("built-in sample volume: 128x128x128, 3-D, 8-bit, 5 objects (largest label 5)\n", 0), 0u);
-    EXPECT_NE(run.out.find("label 5: no hull: "), std::string::npos);
+    const std::pair<std::string, std::string> runs[] = {
+        {"analyze", "built-in sample volume: 128x128x128, 3-D, 8-bit, 5 objects (largest label 5)\n"},
+        {"--help", "usage: vorn analyze"}};
+    for (const auto& [arguments, start] : runs)
+    {
+        const ToolRun run = Vorn(arguments);
+        EXPECT_EQ(std::make_tuple(run.code, run.err, run.out.rfind(start, 0)), std::make_tuple(0, "", 0u)) << run.out;
+    }
+    EXPECT_NE(Vorn("analyze").out.find("\nlabel 5: no hull: line\n"), std::string::npos);
 }
 
 TEST_F(VornCli, HullOfPoints)
@@ -375,28 +380,20 @@ TEST_F(VornCli, HullOfPoints)
     std::ofstream(Path("cube.txt")) << cube;
     const ToolRun json = Vorn("hull --json --inside 0.5,0.5,0.5 --inside=1,1,1.5 '" + Path("cube.txt") + "'");
     ASSERT_EQ(json.code, 0) << json.err;
-    const JsonValue hull = JsonReader::Parse(json.out);
-    EXPECT_EQ(hull["dimension"].number, 3);
-    EXPECT_EQ(hull["points"].number, 10);
-    // Six faces x_i <= 1 and -x_i <= 0, and the eight corners, in any order.
-    std::vector<std::vector<double>> faces, vertices, corners;
-    for (const JsonValue& facet : hull["facets"].items)
-    {
-        faces.push_back(facet["normal"].Numbers());
-        faces.back().push_back(facet["offset"].number);
-    }
+    const JsonValue hull = vorntest::ParseJson(json.out);
+    EXPECT_EQ(std::make_tuple(hull["dimension"].number, hull["points"].number), std::make_tuple(3.0, 10.0));
+    // The eight corners, in any order, each once; the facets are checked in
+    // test_vorn_points.
+    std::vector<std::vector<double>> vertices, corners;
     for (const JsonValue& vertex : hull["vertices"].items)
         vertices.push_back(vertex.Numbers());
     for (int i = 0; i < 8; ++i)
         corners.push_back({double(i >> 2 & 1), double(i >> 1 & 1), double(i & 1)});
-    std::sort(faces.begin(), faces.end());
     std::sort(vertices.begin(), vertices.end());
-    EXPECT_EQ(faces, (std::vector<std::vector<double>>{
-                         {-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {0, 0, 1, 1}, {0, 1, 0, 1}, {1, 0, 0, 1}}));
     EXPECT_EQ(vertices, corners);
+    EXPECT_EQ(hull["facets"].items.size(), 6u);
     ASSERT_EQ(hull["inside"].items.size(), 2u);
-    EXPECT_TRUE(hull["inside"][0]["inside"].boolean);
-    EXPECT_FALSE(hull["inside"][1]["inside"].boolean);
+    EXPECT_EQ(std::make_pair(hull["inside"][0]["inside"].number, hull["inside"][1]["inside"].number), std::make_pair(1.0, 0.0));
 
     // The same from standard input as text.
     const ToolRun text = Vorn("hull --inside 1,1,1 -", cube);
@@ -404,20 +401,13 @@ TEST_F(VornCli, HullOfPoints)
     EXPECT_EQ(text.out.rfind("hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", 0), 0u);
     EXPECT_NE(text.out.find("\ninside tests:\n  1 1 1: inside\n"), std::string::npos);
 
-    // In 4-D, vertices that share their first three coordinates stay apart.
-    const ToolRun four = Vorn("hull --json -", "0 0 0 1\n0 0 0 -1\n1 0 0 0\n-1 0 0 0\n0 1 0 0\n0 -1 0 0\n0 0 1 0\n0 0 -1 0\n");
-    ASSERT_EQ(four.code, 0) << four.err;
-    const JsonValue cross = JsonReader::Parse(four.out);
-    EXPECT_EQ(cross["facets"].items.size(), 16u);
-    EXPECT_EQ(cross["vertices"].items.size(), 8u);
 }
 
+// Point files, inputs that are no regular files, names with control
+// characters and command-line mistakes.
 TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 {
-    const std::string text = Path("text.txt"), ragged = Path("ragged.txt"), word = Path("word.txt"),
-                      line = Path("line.txt"), none = Path("none.txt");
-    std::ofstream(text) << "0 0\n1 0\n";
-    std::ofstream(ragged) << "0 0 0\n1 0 0\n\n0 1\n";
+    const std::string word = Path("word.txt"), line = Path("line.txt"), none = Path("none.txt");
     std::ofstream(word) << "# points\n0 0\n1 zero\n";
     std::ofstream(line) << "0 0\n1 1\n2 2\n3 3\n";
     const std::string fifo = Path("fifo"), directory = Path("dir"), odd = Path("esc\x1b[2J\n.txt"),
@@ -426,9 +416,7 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(directory);
     ExpectOneLineErrors({
-        {"hull '" + ragged + "'", "", Named(ragged) + ":4: expected 3 numbers like the first point, found 2", 1},
         {"hull '" + word + "'", "", Named(word) + ":3: 'zero' is not a number", 1},
-        {"hull '" + text + "'", "", Named(text) + ": 2 points in 2-D; a hull needs at least 3", 1},
         {"hull '" + line + "'", "",
          Named(line) + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
         {"hull", "", "<stdin>: no points", 1},
@@ -450,52 +438,22 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 }
 
 #ifdef VORN_HAVE_TIFF
-TEST_F(VornCli, ImageErrorsAreOneLineWithExitCodes)
-{
-    const std::string floats = Path("float.tif"), rgb = Path("rgb.tif"), mixed = Path("mixed.tif"), cut = Path("cut.tif");
-    vorntest::RawPage page = vorntest::MakePage<std::uint32_t>(8, 8, [](int, int) { return 0x3f800000u; });
-    page.format = SAMPLEFORMAT_IEEEFP;
-    ASSERT_TRUE(vorntest::WriteRawTiff(floats, {page}));
-    vorntest::RawPage colour = vorntest::MakePage<std::uint8_t>(8, 8, [](int, int) { return 1; });
-    colour.samples = 3;
-    colour.bytes.resize(colour.bytes.size() * 3);
-    ASSERT_TRUE(vorntest::WriteRawTiff(rgb, {colour}));
-    const auto small = vorntest::MakePage<std::uint8_t>(8, 8, [](int, int) { return 1; });
-    ASSERT_TRUE(vorntest::WriteRawTiff(mixed, {small, vorntest::MakePage<std::uint8_t>(9, 8, [](int, int) { return 1; })}));
-    ASSERT_TRUE(vorntest::WriteRawTiff(cut, {small, small, small}));
-    std::filesystem::resize_file(cut, std::filesystem::file_size(cut) - 50);
-    std::ofstream(Path("text.txt")) << "0 0\n1 0\n";
-
-    const std::string wanted = "; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel";
-    ExpectOneLineErrors({
-        {"analyze '" + Path("none.tif") + "'", "", Named(Path("none.tif")) + ": cannot open: No such file or directory", 1},
-        {"analyze '" + floats + "'", "", Named(floats) + ": page 1 has floating-point pixels" + wanted, 1},
-        {"analyze '" + rgb + "'", "", Named(rgb) + ": page 1 has 3 samples per pixel (RGB or colour)" + wanted, 1},
-        {"analyze '" + mixed + "'", "",
-         Named(mixed) + ": page 2 is 9x8, page 1 is 8x8; all pages of a stack must have one size", 1},
-    });
-
-    // libtiff's own text may follow, but on the same single line.
-    for (const std::string& file : {cut, Path("text.txt")})
-    {
-        const ToolRun run = Vorn("analyze '" + file + "'");
-        EXPECT_EQ(run.code, 1);
-        const std::string start =
-            "vorn: " + Named(file) + (file == cut ? ": page 3 cannot be read" : ": not a readable TIFF file");
-        EXPECT_EQ(run.err.rfind(start, 0), 0u) << run.err;
-        EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
-    }
-}
-
+// Images that cannot be read, inputs that are no regular files, paint targets
+// that are the input or cannot be written, and hostile files: refused in one
+// line before any work, the input left as it was.
 TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
 {
     const std::string image = Path("in.tif"), fifo = Path("fifo"), directory = Path("dir"), hardLink = Path("hard.tif"),
-                      softLink = Path("soft.tif"), square = Path("square.tif"), stack = Path("stack.tif");
+                      softLink = Path("soft.tif"), square = Path("square.tif"), stack = Path("stack.tif"),
+                      floats = Path("float.tif"), none = Path("none.tif");
     WriteImage(LabelImage(8, 2), image);
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(directory);
     std::filesystem::create_hard_link(image, hardLink);
     std::filesystem::create_symlink(image, softLink);
+    vorntest::RawPage page = vorntest::MakePage(32, 8, 8, [](int, int) { return 0x3f800000u; });
+    page.format = SAMPLEFORMAT_IEEEFP;
+    ASSERT_TRUE(vorntest::WriteRawTiff(floats, {page}));
     // 134 bytes that declare a page of 46341 x 46341 pixels (2 GB).
     std::ofstream(square, std::ios::binary) << vorntest::HandMadeTiff(
         {{46341, 46341, 8, COMPRESSION_NONE, 46341, {{8, 12}}}}, std::string(12, '\0'));
@@ -508,6 +466,9 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
 
     const std::string itself = ": is the input image itself; paint the hulls into another file";
     ExpectOneLineErrors({
+        {"analyze '" + none + "'", "", Named(none) + ": cannot open: No such file or directory", 1},
+        {"analyze '" + floats + "'", "",
+         Named(floats) + ": page 1 has floating-point pixels; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel", 1},
         {"analyze '" + fifo + "'", "", Named(fifo) + ": is a FIFO, not a regular file", 1},
         {"analyze '" + directory + "'", "", Named(directory) + ": is a directory, not a regular file", 1},
         {"analyze --paint '" + image + "' '" + image + "'", "", Named(image) + itself, 1},
@@ -525,12 +486,8 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
          1},
     });
     EXPECT_EQ(Slurp(image), before);
-
-    const ToolRun run = Vorn("analyze '" + square + "'");
-    EXPECT_EQ(run.code, 1);
-    EXPECT_EQ(run.err.rfind("vorn: " + Named(square) + ": page 1 cannot be read: the file is truncated or corrupt", 0), 0u)
-        << run.err;
-    EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
+    ExpectErrorStart(Vorn("analyze '" + square + "'"), 1,
+                     Named(square) + ": page 1 cannot be read: the file is truncated or corrupt");
 }
 
 TEST_F(VornCli, PaintReplacesItsFileOnlyWhenComplete)
@@ -542,12 +499,8 @@ TEST_F(VornCli, PaintReplacesItsFileOnlyWhenComplete)
     // A file size limit of 2 blocks (of 512 or 1024 bytes) cuts the writing
     // short: with SIGXFSZ ignored the write fails, otherwise the signal ends
     // the tool. Either way the previous file stays and no temporary is left.
-    const ToolRun failed = Vorn(command, "", "trap '' XFSZ; ulimit -f 2; ");
-    EXPECT_EQ(failed.code, 1);
-    EXPECT_EQ(failed.err.rfind("vorn: " + Named(painted) + ": cannot be written", 0), 0u) << failed.err;
-    EXPECT_EQ(failed.err.find('\n'), failed.err.size() - 1) << failed.err;
-    const ToolRun killed = Vorn(command, "", "ulimit -f 2; ");
-    EXPECT_EQ(killed.code, 128 + SIGXFSZ);
+    ExpectErrorStart(Vorn(command, "", "trap '' XFSZ; ulimit -f 2; "), 1, Named(painted) + ": cannot be written");
+    EXPECT_EQ(Vorn(command, "", "ulimit -f 2; ").code, 128 + SIGXFSZ);
     EXPECT_EQ(Slurp(painted), "previous");
     for (const auto& entry : std::filesystem::directory_iterator(m_dir))
         EXPECT_NE(entry.path().filename().string().rfind(".vorn-", 0), 0u) << entry.path();
@@ -584,12 +537,4 @@ TEST(VornMemorySize, WholeBytesOrPowersOf1024)
         EXPECT_FALSE(vorn::ParseMemorySize(text, parsed)) << text;
         EXPECT_EQ(parsed, 7u) << text;
     }
-}
-
-TEST_F(VornCli, HelpGoesToStandardOutput)
-{
-    const ToolRun run = Vorn("--help");
-    EXPECT_EQ(run.code, 0);
-    EXPECT_EQ(run.out.rfind("usage: vorn analyze", 0), 0u);
-    EXPECT_EQ(run.err, "");
 }
