@@ -5,7 +5,7 @@
 #include "Analysis.h"
 #include "Progress.h"
 #include "SampleVolume.h"
-#include "ToolError.h"
+#include "VornTool.h"
 
 #include "VornNumeric.h"
 
@@ -136,16 +136,8 @@ TEST(VornAnalysis, TooManyLabelsIsAnInputError)
 {
     TOLX::CImage image(TOLX::IMAGE_GREY_32, TOLX::CSize(2, 2, 1));
     image.SetPixel(1, 1, 0, vorn::MAX_LABELS);
-    try
-    {
-        Analyzed(image);
-        FAIL() << "no error";
-    }
-    catch (const vorn::CToolError& error)
-    {
-        EXPECT_STREQ(error.what(), "the largest label is 4194304; vorn handles labels up to 4194303");
-        EXPECT_EQ(error.ExitCode(), 1);
-    }
+    EXPECT_EQ(vorntest::ToolErrorOf([&] { Analyzed(image); }),
+              std::make_pair(std::string("the largest label is 4194304; vorn handles labels up to 4194303"), 1));
 }
 
 // The bar is drawn only when enabled and once its delay has passed, once per

@@ -5,6 +5,7 @@
 #include "CaptureStderr.h"
 #include "JsonReader.h"
 #include "MemoryBudget.h"
+#include "VornTool.h"
 #ifdef VORN_HAVE_TIFF
 #include "VornTiffFiles.h"
 #endif
@@ -54,19 +55,9 @@ std::string Slurp(const std::string& path)
     return text.str();
 }
 
-class VornCli : public ::testing::Test
+class VornCli : public vorntest::VornFilesTest
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/vorn-cli-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-
-    std::string Path(const std::string& name) const { return m_dir + "/" + name; }
-
     // Runs the tool with standard output and error in files (so not a
     // terminal) and standard input from `input`, after the shell commands of
     // `setup`.
@@ -97,8 +88,6 @@ protected:
         EXPECT_EQ(run.err.rfind("vorn: " + start, 0), 0u) << run.err;
         EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
     }
-
-    std::string m_dir;
 };
 
 #ifdef VORN_HAVE_TIFF
@@ -152,80 +141,6 @@ void WriteImage(const TOLX::CImage& image, const std::string& path)
     ASSERT_TRUE(vorntest::WriteRawTiff(path, pages));
 }
 
-// What the library says about one object when called directly.
-struct Direct
-{
-    std::int64_t label = 0;
-    double pixels = 0, excentricity = 0;
-    std::vector<double> centre, principal, axis;
-    TOLX::CValueMap map;
-    bool hull = false;
-    std::size_t facets = 0, vertices = 0;
-    std::vector<std::array<int, 3>> hullPixels;
-};
-
-// Runs in a thread of its own so that the hulls' random start points are drawn
-// from a fresh generator, as in a fresh vorn process.
-std::vector<Direct> DirectResults(const TOLX::CImage& image)
-{
-    std::vector<Direct> results;
-    std::thread worker([&] {
-        const std::size_t d = image.Depth() > 1 ? 3 : 2;
-        std::uint64_t largest = 0;
-        ForEachPixel(image, [&](int, int, int, std::uint64_t label) { largest = std::max(largest, label); });
-        TOLX::CObjectMoment moments(TOLX::int64(largest + 1), TOLX::int64(d));
-        ForEachPixel(image, [&](int x, int y, int z, std::uint64_t label) {
-            if (label)
-                moments(TOLX::int64(label), x, y, z);
-        });
-        vorntest::CaptureStandardError([&] { moments.Compute(); }); // its deprecation warnings
-        const TOLX::CValueMap all = moments;
-        auto entry = all.begin() + 3; // after "dim", "status", "no. of objects"
-        for (TOLX::int64 label = 1; label <= TOLX::int64(largest); ++label)
-        {
-            if (moments.Mass(label) == 0)
-                continue;
-            Direct r;
-            r.label = label;
-            r.pixels = moments.Mass(label);
-            r.centre = {moments.CenterOfMassX(label), moments.CenterOfMassY(label), moments.CenterOfMassZ(label)};
-            r.centre.resize(d);
-            r.principal = moments.getInertiaMoments(label);
-            r.principal.resize(d);
-            for (std::size_t i = 0; i < d; ++i)
-                r.axis.push_back(moments.getInertiaAxes(label)(i, d == 3 ? 2 : 0));
-            r.excentricity = moments.getExcentricity(label);
-            r.map = (entry++)->second->Map();
-
-            TOLX::CConvexHullComputer hull(d, "direct", nullptr);
-            hull.loadPointsFromImage(image, std::size_t(label));
-            try
-            {
-                r.hull = hull.getPoints().size() > d && (hull.compute(), true);
-            }
-            catch (const TOLX::CException&)
-            {
-            }
-            if (r.hull)
-            {
-                r.facets = hull.getA().size();
-                r.vertices = hull.getVertices().size();
-                TOLX::CMatrix<double> p(d, 1);
-                ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
-                    p(0, 0) = x;
-                    p(1, 0) = y;
-                    p(d - 1, 0) = d == 3 ? z : y;
-                    if (hull.isInside(p))
-                        r.hullPixels.push_back({x, y, z});
-                });
-            }
-            results.push_back(std::move(r));
-        }
-    });
-    worker.join();
-    return results;
-}
-
 void ExpectSameValue(const JsonValue& json, const TOLX::CValue& value, const std::string& key)
 {
     switch (value.Type())
@@ -250,43 +165,96 @@ void ExpectSameValue(const JsonValue& json, const TOLX::CValue& value, const std
     }
 }
 
-// The object's entry in the tool's report against the direct calls.
-void ExpectSameObject(const JsonValue& got, const Direct& want, std::size_t d)
+// The tool's objects and painted pages against the same library calls made
+// directly: moments, the object's own moment map key by key in the same
+// order, hull counts, and every hull painted in its label, later labels on
+// top. Runs in a thread of its own so that the hulls' random start points are
+// drawn from a fresh generator, as in a fresh vorn process.
+void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, const std::vector<vorntest::RawPage>& pages)
 {
-    SCOPED_TRACE("label " + std::to_string(want.label));
-    EXPECT_EQ(std::make_tuple(got["label"].number, got["pixels"].number), std::make_tuple(double(want.label), want.pixels));
-    EXPECT_EQ(got["centre_of_mass"].Numbers(), want.centre);
-    EXPECT_EQ(got["principal_moments"].Numbers(), want.principal);
-    EXPECT_EQ(got["main_axis"].Numbers(), want.axis);
-    if (d == 2)
-        EXPECT_EQ(got["excentricity"].number, want.excentricity);
-    else
-        EXPECT_EQ(got["excentricity"].kind, JsonValue::NUL);
-    ASSERT_EQ(got["hull"].kind == JsonValue::OBJECT, want.hull);
-    EXPECT_EQ(got["hull_problem"].kind, want.hull ? JsonValue::NUL : JsonValue::STRING);
-    if (want.hull)
-    {
-        const JsonValue& hull = got["hull"];
-        EXPECT_EQ(std::make_tuple(hull["facets"].number, hull["vertices"].number, hull["painted_pixels"].number),
-                  std::make_tuple(double(want.facets), double(want.vertices), double(want.hullPixels.size())));
-        EXPECT_DOUBLE_EQ(got["solidity"].number, want.pixels / double(want.hullPixels.size()));
-    }
-    else
-        EXPECT_EQ(got["solidity"].kind, JsonValue::NUL);
-    // The object's own moment map, key by key in the same order.
-    const JsonValue& map = got["moments"];
-    std::size_t k = 0;
-    for (const auto& entry : want.map)
-    {
-        const std::string key = entry.first.ToString();
-        if (key == "status" || key == "pixel")
-            continue;
-        ASSERT_LT(k, map.members.size());
-        EXPECT_EQ(map.members[k].first, key);
-        ExpectSameValue(map.members[k++].second, *entry.second, key);
-    }
-    EXPECT_EQ(k, map.members.size());
-    EXPECT_EQ(map.members.size(), d == 3 ? 34u : 21u);
+    std::thread([&] {
+        const std::size_t d = image.Depth() > 1 ? 3 : 2;
+        std::uint64_t largest = 0;
+        ForEachPixel(image, [&](int, int, int, std::uint64_t label) { largest = std::max(largest, label); });
+        TOLX::CObjectMoment moments(TOLX::int64(largest + 1), TOLX::int64(d));
+        ForEachPixel(image, [&](int x, int y, int z, std::uint64_t label) {
+            if (label)
+                moments(TOLX::int64(label), x, y, z);
+        });
+        vorntest::CaptureStandardError([&] { moments.Compute(); }); // its deprecation warnings
+        const TOLX::CValueMap all = moments;
+        auto entry = all.begin() + 3; // after "dim", "status", "no. of objects"
+        TOLX::CImage painted(image.Type(), image.Size());
+        std::size_t i = 0;
+        for (TOLX::int64 label = 1; label <= TOLX::int64(largest); ++label)
+        {
+            if (moments.Mass(label) == 0)
+                continue;
+            SCOPED_TRACE("label " + std::to_string(label));
+            ASSERT_LT(i, objects.items.size());
+            const JsonValue& got = objects[i++];
+            std::vector<double> centre{moments.CenterOfMassX(label), moments.CenterOfMassY(label),
+                                       moments.CenterOfMassZ(label)},
+                principal = moments.getInertiaMoments(label), axis;
+            centre.resize(d);
+            principal.resize(d);
+            for (std::size_t j = 0; j < d; ++j)
+                axis.push_back(moments.getInertiaAxes(label)(j, d == 3 ? 2 : 0));
+            EXPECT_EQ(std::make_tuple(got["label"].number, got["pixels"].number, got["centre_of_mass"].Numbers(),
+                                      got["principal_moments"].Numbers(), got["main_axis"].Numbers()),
+                      std::make_tuple(double(label), moments.Mass(label), centre, principal, axis));
+            EXPECT_EQ(got["excentricity"].kind, d == 2 ? JsonValue::NUMBER : JsonValue::NUL);
+            EXPECT_EQ(got["excentricity"].number, d == 2 ? moments.getExcentricity(label) : 0.0); // null reads as 0
+            const auto& members = got["moments"].members;
+            std::size_t k = 0;
+            for (const auto& [key, value] : (entry++)->second->Map())
+                if (key.ToString() != "status" && key.ToString() != "pixel")
+                {
+                    ASSERT_LT(k, members.size());
+                    EXPECT_EQ(members[k].first, key.ToString());
+                    ExpectSameValue(members[k++].second, *value, key.ToString());
+                }
+            EXPECT_EQ(members.size(), k);
+            EXPECT_EQ(k, d == 3 ? 34u : 21u);
+
+            TOLX::CConvexHullComputer hull(d, "direct", nullptr);
+            hull.loadPointsFromImage(image, std::size_t(label));
+            bool computed = false;
+            try
+            {
+                computed = hull.getPoints().size() > d && (hull.compute(), true);
+            }
+            catch (const TOLX::CException&)
+            {
+            }
+            ASSERT_EQ(got["hull"].kind == JsonValue::OBJECT, computed);
+            EXPECT_EQ(got["hull_problem"].kind, computed ? JsonValue::NUL : JsonValue::STRING);
+            EXPECT_EQ(got["solidity"].kind, computed ? JsonValue::NUMBER : JsonValue::NUL);
+            if (!computed)
+                continue;
+            double inside = 0;
+            TOLX::CMatrix<double> p(d, 1);
+            ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
+                p(0, 0) = x;
+                p(1, 0) = y;
+                p(d - 1, 0) = d == 3 ? z : y;
+                if (hull.isInside(p))
+                    painted.SetPixel(x, y, z, std::uint64_t(label)), ++inside;
+            });
+            const JsonValue& counts = got["hull"];
+            EXPECT_EQ(std::make_tuple(counts["facets"].number, counts["vertices"].number, counts["painted_pixels"].number),
+                      std::make_tuple(double(hull.getA().size()), double(hull.getVertices().size()), inside));
+            EXPECT_DOUBLE_EQ(got["solidity"].number, moments.Mass(label) / inside);
+        }
+        EXPECT_EQ(i, objects.items.size());
+        ASSERT_EQ(pages.size(), std::size_t(image.Depth()));
+        for (int z = 0; z < image.Depth(); ++z)
+        {
+            EXPECT_EQ(pages[z].bits, 8 * image.Type().BytesPerPixel());
+            EXPECT_EQ(std::memcmp(pages[z].bytes.data(), painted.Data() + z * painted.Step().Z(), pages[z].bytes.size()), 0)
+                << "page " << z;
+        }
+    }).join();
 }
 #endif
 } // namespace
@@ -297,8 +265,7 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
     for (const int bits : {8, 16, 32})
         for (const int depth : {1, 5})
         {
-            const std::size_t d = depth > 1 ? 3 : 2;
-            SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(d) + "-D");
+            SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(depth) + " pages");
             const TOLX::CImage image = LabelImage(bits, depth);
             const std::string input = Path("labels.tif"), painted = Path("hulls.tif");
             WriteImage(image, input);
@@ -306,33 +273,14 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
             ASSERT_EQ(run.code, 0) << run.err;
             EXPECT_EQ(run.err, ""); // no progress bar when standard error is a file
             const JsonValue report = vorntest::ParseJson(run.out);
-            const std::vector<Direct> direct = DirectResults(image);
-
             EXPECT_EQ(std::make_tuple(report["source"].text, report["dimension"].number, report["bits_per_pixel"].number,
                                       report["labels"].number),
-                      std::make_tuple(input, double(d), double(bits), LabelsFor(bits)[3] + 1.0));
+                      std::make_tuple(input, depth > 1 ? 3.0 : 2.0, double(bits), LabelsFor(bits)[3] + 1.0));
             const JsonValue& objects = report["objects"];
-            ASSERT_EQ(direct.size(), 4u);
             ASSERT_EQ(objects.items.size(), 4u);
-            for (std::size_t i = 0; i < direct.size(); ++i)
-                ExpectSameObject(objects[i], direct[i], d);
-            EXPECT_EQ(objects[2]["hull_problem"].text, d == 3 ? "flat" : "line");
+            EXPECT_EQ(objects[2]["hull_problem"].text, depth > 1 ? "flat" : "line");
             EXPECT_EQ(objects[3]["hull_problem"].text, "line");
-
-            // The painted image holds every hull in its label, later labels on top.
-            const std::vector<vorntest::RawPage> pages = vorntest::ReadRawTiff(painted);
-            ASSERT_EQ(pages.size(), std::size_t(depth));
-            TOLX::CImage expected(image.Type(), image.Size());
-            for (const Direct& object : direct)
-                for (const auto& p : object.hullPixels)
-                    expected.SetPixel(p[0], p[1], p[2], std::uint64_t(object.label));
-            for (int z = 0; z < depth; ++z)
-            {
-                const vorntest::RawPage& page = pages[std::size_t(z)];
-                EXPECT_EQ(page.bits, bits);
-                EXPECT_EQ(std::memcmp(page.bytes.data(), expected.Data() + z * expected.Step().Z(), page.bytes.size()), 0)
-                    << "page " << z;
-            }
+            ExpectSameAsLibrary(objects, image, vorntest::ReadRawTiff(painted));
         }
 }
 

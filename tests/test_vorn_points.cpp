@@ -5,7 +5,7 @@
 #include "Commands.h"
 #include "JsonReader.h"
 #include "PointFile.h"
-#include "ToolError.h"
+#include "VornTool.h"
 
 #include <gtest/gtest.h>
 
@@ -21,21 +21,6 @@ vorn::PointSet Read(const std::string& text)
 {
     std::istringstream in(text);
     return vorn::ReadPoints(in, "pts.txt");
-}
-
-// The message and exit code of the CToolError that the call throws.
-template <class Call>
-std::pair<std::string, int> ToolErrorOf(Call&& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const vorn::CToolError& error)
-    {
-        return {error.what(), error.ExitCode()};
-    }
-    return {"no error", 0};
 }
 
 using Points = std::vector<std::vector<double>>;
@@ -112,7 +97,7 @@ TEST(VornPoints, ErrorsNameFileAndLine)
         {"0 0\n1 -2e300\n", "pts.txt:2: '-2e300' is too large (vorn takes numbers up to 1e300 in magnitude)"},
     };
     for (const auto& entry : cases)
-        EXPECT_EQ(ToolErrorOf([&] { Read(entry.first); }), std::make_pair(entry.second, 1)) << entry.first;
+        EXPECT_EQ(vorntest::ToolErrorOf([&] { Read(entry.first); }), std::make_pair(entry.second, 1)) << entry.first;
 }
 
 TEST(VornPoints, NumberListsOfInsideTests)
@@ -155,7 +140,7 @@ TEST(VornCommandLine, CommandsOptionsAndUsageErrors)
         {{"hull", "a.txt", "-"}, "hull: more than one point file given ('a.txt', '-')"},
     };
     for (const Case& c : mistakes)
-        EXPECT_EQ(ToolErrorOf([&] { vorn::ParseCommandLine(c.first); }), std::make_pair(c.second, 2));
+        EXPECT_EQ(vorntest::ToolErrorOf([&] { vorn::ParseCommandLine(c.first); }), std::make_pair(c.second, 2));
 }
 
 // Hulls at the offsets and scales of real data (map coordinates, large

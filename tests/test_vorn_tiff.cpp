@@ -5,7 +5,7 @@
 #include "MemoryBudget.h"
 #include "Progress.h"
 #include "TiffIO.h"
-#include "ToolError.h"
+#include "VornTool.h"
 #include "VornTiffFiles.h"
 
 #include <gtest/gtest.h>
@@ -20,25 +20,14 @@ using vorntest::RawPage;
 
 namespace
 {
-class VornTiff : public ::testing::Test
+class VornTiff : public vorntest::VornFilesTest
 {
 protected:
-    void SetUp() override
+    TOLX::CImage Read(const std::string& path)
     {
-        char pattern[] = "/tmp/vorn-tiff-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-
-    std::string Path(const std::string& name) const { return m_dir + "/" + name; }
-
-    TOLX::CImage Read(const std::string& path, std::uint64_t limit = std::uint64_t{1} << 40)
-    {
-        return *vorn::ReadTiff(vorn::CInputFile::Open(path), {limit, "the test's limit"}, m_progress);
+        return *vorn::ReadTiff(vorn::CInputFile::Open(path), {std::uint64_t{1} << 40, "the test's limit"}, m_progress);
     }
 
-    std::string m_dir;
     vorn::CProgress m_progress{stderr, false, std::chrono::milliseconds(0)};
 };
 
