@@ -291,20 +291,15 @@ TEST_F(VornCli, AnalyzeTextReport)
     const ToolRun run = Vorn("analyze '" + input + "'");
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(run.err, "");
-    std::istringstream lines(run.out);
-    std::vector<std::string> rows;
-    for (std::string line; std::getline(lines, line);)
-        rows.push_back(line);
-    ASSERT_EQ(rows.size(), 8u) << run.out;
-    EXPECT_EQ(rows[0], input + ": 30x24x5, 3-D, 16-bit, 4 objects (largest label 65535)");
-    EXPECT_EQ(rows[1].substr(0, 16), " label    pixels");
-    // Rows start with label and pixel count: the box has 8 x 5 x 4 pixels.
-    EXPECT_EQ(rows[2].substr(0, 16), "     1       160");
-    EXPECT_NE(rows[2].find("1.000"), std::string::npos); // a box is convex
-    EXPECT_EQ(rows[5].substr(0, 16), " 65535         2");
-    EXPECT_EQ(rows[5].substr(rows[5].size() - 26), "     n/a      n/a      n/a");
-    EXPECT_EQ(rows[6], "label 4000: no hull: flat");
-    EXPECT_EQ(rows[7], "label 65535: no hull: line");
+    // Rows start with label and pixel count: the box has 8 x 5 x 4 pixels and
+    // is convex; the two-pixel object has no hull.
+    for (const std::string& part : std::vector<std::string>{input + ": 30x24x5, 3-D, 16-bit, 4 objects (largest label 65535)\n label    pixels",
+                                    "\n     1       160 ", "\n 65535         2 ", "     n/a      n/a      n/a\n",
+                                    "\nlabel 4000: no hull: flat\nlabel 65535: no hull: line\n"})
+        EXPECT_NE(run.out.find(part), std::string::npos) << part;
+    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 8);
+    const std::size_t boxRow = run.out.find("\n     1       160 ");
+    EXPECT_EQ(run.out.substr(run.out.find('\n', boxRow + 1) - 6, 6), " 1.000");
 }
 #endif
 
@@ -323,32 +318,22 @@ TEST_F(VornCli, BuiltInSampleAndHelp)
 
 TEST_F(VornCli, HullOfPoints)
 {
-    // Unit cube corners, its centre and a point on a face, in mixed notation.
+    // Unit cube corners, its centre and a point on a face, in mixed notation;
+    // the hull's facets and vertices are checked in test_vorn_points.
     const std::string cube = "0 0 0\n1,0,0\n0 1 0\n0 0 1\n1 1 0\n1, 0, 1\n0 1 1\n1 1 1\n0.5 0.5 0.5\n1 0.5 0.5\n";
     std::ofstream(Path("cube.txt")) << cube;
     const ToolRun json = Vorn("hull --json --inside 0.5,0.5,0.5 --inside=1,1,1.5 '" + Path("cube.txt") + "'");
     ASSERT_EQ(json.code, 0) << json.err;
     const JsonValue hull = vorntest::ParseJson(json.out);
     EXPECT_EQ(std::make_tuple(hull["dimension"].number, hull["points"].number), std::make_tuple(3.0, 10.0));
-    // The eight corners, in any order, each once; the facets are checked in
-    // test_vorn_points.
-    std::vector<std::vector<double>> vertices, corners;
-    for (const JsonValue& vertex : hull["vertices"].items)
-        vertices.push_back(vertex.Numbers());
-    for (int i = 0; i < 8; ++i)
-        corners.push_back({double(i >> 2 & 1), double(i >> 1 & 1), double(i & 1)});
-    std::sort(vertices.begin(), vertices.end());
-    EXPECT_EQ(vertices, corners);
-    EXPECT_EQ(hull["facets"].items.size(), 6u);
-    ASSERT_EQ(hull["inside"].items.size(), 2u);
+    EXPECT_EQ(std::make_tuple(hull["facets"].items.size(), hull["vertices"].items.size(), hull["inside"].items.size()),
+              std::make_tuple(6u, 8u, 2u));
     EXPECT_EQ(std::make_pair(hull["inside"][0]["inside"].number, hull["inside"][1]["inside"].number), std::make_pair(1.0, 0.0));
-
     // The same from standard input as text.
     const ToolRun text = Vorn("hull --inside 1,1,1 -", cube);
     ASSERT_EQ(text.code, 0) << text.err;
     EXPECT_EQ(text.out.rfind("hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", 0), 0u);
     EXPECT_NE(text.out.find("\ninside tests:\n  1 1 1: inside\n"), std::string::npos);
-
 }
 
 // Point files, inputs that are no regular files, names with control
@@ -386,22 +371,18 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 }
 
 #ifdef VORN_HAVE_TIFF
-// Images that cannot be read, inputs that are no regular files, paint targets
+// Images that cannot be read (the reader's cases are in test_vorn_tiff), paint targets
 // that are the input or cannot be written, and hostile files: refused in one
 // line before any work, the input left as it was.
 TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
 {
-    const std::string image = Path("in.tif"), fifo = Path("fifo"), directory = Path("dir"), hardLink = Path("hard.tif"),
+    const std::string image = Path("in.tif"), directory = Path("dir"), hardLink = Path("hard.tif"),
                       softLink = Path("soft.tif"), square = Path("square.tif"), stack = Path("stack.tif"),
-                      floats = Path("float.tif"), none = Path("none.tif");
+                      none = Path("none.tif");
     WriteImage(LabelImage(8, 2), image);
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(directory);
     std::filesystem::create_hard_link(image, hardLink);
     std::filesystem::create_symlink(image, softLink);
-    vorntest::RawPage page = vorntest::MakePage(32, 8, 8, [](int, int) { return 0x3f800000u; });
-    page.format = SAMPLEFORMAT_IEEEFP;
-    ASSERT_TRUE(vorntest::WriteRawTiff(floats, {page}));
     // 134 bytes that declare a page of 46341 x 46341 pixels (2 GB).
     std::ofstream(square, std::ios::binary) << vorntest::HandMadeTiff(
         {{46341, 46341, 8, COMPRESSION_NONE, 46341, {{8, 12}}}}, std::string(12, '\0'));
@@ -415,10 +396,6 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
     const std::string itself = ": is the input image itself; paint the hulls into another file";
     ExpectOneLineErrors({
         {"analyze '" + none + "'", "", Named(none) + ": cannot open: No such file or directory", 1},
-        {"analyze '" + floats + "'", "",
-         Named(floats) + ": page 1 has floating-point pixels; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel", 1},
-        {"analyze '" + fifo + "'", "", Named(fifo) + ": is a FIFO, not a regular file", 1},
-        {"analyze '" + directory + "'", "", Named(directory) + ": is a directory, not a regular file", 1},
         {"analyze --paint '" + image + "' '" + image + "'", "", Named(image) + itself, 1},
         {"analyze --paint '" + hardLink + "' '" + image + "'", "", Named(hardLink) + itself, 1},
         {"analyze --paint '" + softLink + "' '" + image + "'", "", Named(softLink) + itself, 1},
@@ -470,19 +447,16 @@ TEST_F(VornCli, TiffNeedsLibtiff)
 
 TEST(VornMemorySize, WholeBytesOrPowersOf1024)
 {
-    const std::pair<std::string, std::uint64_t> sizes[] = {
-        {"1073741824", 1073741824}, {"512M", 536870912}, {"2G", 2147483648}, {"3k", 3072}, {"1T", 1099511627776}};
-    for (const auto& [text, bytes] : sizes)
-    {
-        std::uint64_t parsed = 0;
-        EXPECT_TRUE(vorn::ParseMemorySize(text, parsed)) << text;
-        EXPECT_EQ(parsed, bytes) << text;
-    }
-    // 2^64 bytes, and 2^24 TiB = 2^64 bytes, do not fit.
-    for (const std::string text : {"", "0", "0G", "G", "1.5G", "2 G", "2GB", "-1", "18446744073709551616", "16777216T"})
+    // Sizes, and the bytes they give; 0 for a refusal, which leaves the result
+    // as it was. 2^64 bytes, and 2^24 TiB = 2^64 bytes, do not fit.
+    const std::pair<std::string, std::uint64_t> cases[] = {
+        {"1073741824", 1073741824}, {"512M", 536870912}, {"2G", 2147483648}, {"3k", 3072}, {"1T", 1099511627776},
+        {"", 0}, {"0", 0}, {"0G", 0}, {"G", 0}, {"1.5G", 0}, {"2 G", 0}, {"2GB", 0}, {"-1", 0},
+        {"18446744073709551616", 0}, {"16777216T", 0}};
+    for (const auto& [text, bytes] : cases)
     {
         std::uint64_t parsed = 7;
-        EXPECT_FALSE(vorn::ParseMemorySize(text, parsed)) << text;
-        EXPECT_EQ(parsed, 7u) << text;
+        EXPECT_EQ(std::make_pair(vorn::ParseMemorySize(text, parsed), parsed), std::make_pair(bytes != 0, bytes ? bytes : 7))
+            << text;
     }
 }
