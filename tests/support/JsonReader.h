@@ -47,16 +47,11 @@ inline JsonValue ParseAt(const std::string& text, std::size_t& at)
     const auto fail = [&] { return std::runtime_error("not JSON at " + std::to_string(at)); };
     const auto take = [&](char c) { return peek() == c && ++at; };
     const auto word = [&](const std::string& w) { return text.compare(at, w.size(), w) == 0 && (at += w.size()); };
-    const auto string = [&] {
+    const auto string = [&] { // an escaped character as it is: enough for the tool's names and keys
         std::string out;
         for (char c; (c = text.at(at++)) != '"'; out += c)
             if (c == '\\')
-            {
-                const char e = text.at(at++);
-                c = e == 'n' ? '\n' : e == 't' ? '\t' : e == 'r' ? '\r' : e;
-                if (e == 'u')
-                    c = char(std::stoi(text.substr(at, 4), nullptr, 16)), at += 4;
-            }
+                c = text.at(at++);
         return out;
     };
     JsonValue value;
