@@ -21,6 +21,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <thread>
 
@@ -257,6 +258,16 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
     }).join();
 }
 #endif
+
+using Points = std::vector<std::vector<double>>;
+
+double Dot(const std::vector<double>& a, const std::vector<double>& b)
+{
+    double sum = 0;
+    for (std::size_t j = 0; j < a.size(); ++j)
+        sum += a[j] * b[j];
+    return sum;
+}
 } // namespace
 
 #ifdef VORN_HAVE_TIFF
@@ -316,24 +327,96 @@ TEST_F(VornCli, BuiltInSampleAndHelp)
     EXPECT_NE(Vorn("analyze").out.find("\nlabel 5: no hull: line\n"), std::string::npos);
 }
 
-TEST_F(VornCli, HullOfPoints)
+TEST_F(VornCli, HullOfPointsAsText)
 {
-    // Unit cube corners, its centre and a point on a face, in mixed notation;
-    // the hull's facets and vertices are checked in test_vorn_points.
-    const std::string cube = "0 0 0\n1,0,0\n0 1 0\n0 0 1\n1 1 0\n1, 0, 1\n0 1 1\n1 1 1\n0.5 0.5 0.5\n1 0.5 0.5\n";
-    std::ofstream(Path("cube.txt")) << cube;
-    const ToolRun json = Vorn("hull --json --inside 0.5,0.5,0.5 --inside=1,1,1.5 '" + Path("cube.txt") + "'");
-    ASSERT_EQ(json.code, 0) << json.err;
-    const JsonValue hull = vorntest::ParseJson(json.out);
-    EXPECT_EQ(std::make_tuple(hull["dimension"].number, hull["points"].number), std::make_tuple(3.0, 10.0));
-    EXPECT_EQ(std::make_tuple(hull["facets"].items.size(), hull["vertices"].items.size(), hull["inside"].items.size()),
-              std::make_tuple(6u, 8u, 2u));
-    EXPECT_EQ(std::make_pair(hull["inside"][0]["inside"].number, hull["inside"][1]["inside"].number), std::make_pair(1.0, 0.0));
-    // The same from standard input as text.
-    const ToolRun text = Vorn("hull --inside 1,1,1 -", cube);
-    ASSERT_EQ(text.code, 0) << text.err;
-    EXPECT_EQ(text.out.rfind("hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", 0), 0u);
-    EXPECT_NE(text.out.find("\ninside tests:\n  1 1 1: inside\n"), std::string::npos);
+    // Unit cube corners, its centre and a point on a face, in mixed notation.
+    std::ofstream(Path("cube.txt")) << "0 0 0\n1,0,0\n0 1 0\n0 0 1\n1 1 0\n1, 0, 1\n0 1 1\n1 1 1\n0.5 0.5 0.5\n1 0.5 0.5\n";
+    const ToolRun run = Vorn("hull --inside=1,1,1 --inside 2,0,0 '" + Path("cube.txt") + "'");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.out.rfind("hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", 0), 0u);
+    for (const char* line : {"\n  0 0 -1 <= 0\n", "\n  1 0 0 <= 1\n", "\nvertices:\n", "\n  1 0 1\n",
+                             "\ninside tests:\n  1 1 1: inside\n  2 0 0: outside\n"})
+        EXPECT_NE(run.out.find(line), std::string::npos) << line;
+}
+
+// Hulls at the offsets and scales of real data (map coordinates, large
+// integers, tiny and huge sets): every facet supports the points (all on or
+// below it, one on it, within a tolerance relative to their magnitude), every
+// vertex is one of the points, and the point that is the only maximum of a
+// random linear function, a corner, is a vertex.
+TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
+{
+    std::mt19937 generator(3);
+    std::uniform_real_distribution<double> uniform(0, 1);
+    std::normal_distribution<double> normal;
+    const auto cloud = [&](std::vector<double> offset, double size, int count) {
+        Points points(count, offset);
+        for (auto& point : points)
+            for (double& c : point)
+                c += size * uniform(generator);
+        return points;
+    };
+    const auto diamond = [](double size) { return Points{{size, 0}, {0, size}, {-size, 0}, {0, -size}, {0, 0}}; };
+    struct Case
+    {
+        Points points;
+        std::vector<std::string> inside, outside;
+    };
+    const Case cases[] = {
+        {cloud({5e5, 5.4e6}, 1000, 100), {"500500,5400500"}, {"500500,5401001"}},
+        {{{1.3e7, 1.3e7}, {1.3e7 + 1, 1.3e7}, {1.3e7, 1.3e7 + 1}}, {"13000000.25,13000000.25"}, {"13000000.75,13000000.75"}},
+        {cloud({1e4, 1e4, 1e4}, 10, 30), {"10005,10005,10005"}, {"10011,10005,10005"}},
+        {diamond(1e155), {"0,0"}, {"1e160,0", "7.1e154,7.1e154"}},
+        {diamond(1e-8), {"0,0"}, {"1e-7,0", "7.1e-9,7.1e-9"}},
+        // Vertices that share their first three coordinates stay apart.
+        {{{0, 0, 0, 1}, {0, 0, 0, -1}, {1, 0, 0, 0}, {-1, 0, 0, 0}, {0, 1, 0, 0}, {0, -1, 0, 0}, {0, 0, 1, 0}, {0, 0, -1, 0}},
+         {"0,0,0,0.9"},
+         {"0.5,0.5,0,0.5"}},
+    };
+    for (const Case& c : cases)
+    {
+        std::vector<std::string> probes = c.inside;
+        probes.insert(probes.end(), c.outside.begin(), c.outside.end());
+        std::ostringstream text;
+        text.precision(17);
+        for (const auto& point : c.points)
+            for (std::size_t j = 0; j < point.size(); ++j)
+                text << point[j] << (j + 1 < point.size() ? ' ' : '\n');
+        std::string arguments = "hull --json";
+        for (const std::string& probe : probes)
+            arguments += " --inside " + probe;
+        const ToolRun run = Vorn(arguments + " -", text.str());
+        ASSERT_EQ(run.code, 0) << run.err;
+        const JsonValue hull = vorntest::ParseJson(run.out);
+        double magnitude = 0;
+        for (const auto& point : c.points)
+            for (const double x : point)
+                magnitude = std::max(magnitude, std::fabs(x));
+        SCOPED_TRACE(std::to_string(c.points.size()) + " points, magnitude " + std::to_string(magnitude));
+        for (const JsonValue& facet : hull["facets"].items)
+        {
+            double highest = -HUGE_VAL;
+            for (const auto& point : c.points)
+                highest = std::max(highest, Dot(facet["normal"].Numbers(), point) - facet["offset"].number);
+            EXPECT_LE(std::fabs(highest), 1e-11 * magnitude);
+        }
+        Points vertices;
+        for (const JsonValue& vertex : hull["vertices"].items)
+            vertices.push_back(vertex.Numbers());
+        for (const auto& vertex : vertices)
+            EXPECT_NE(std::find(c.points.begin(), c.points.end(), vertex), c.points.end());
+        for (int k = 0; k < 300; ++k)
+        {
+            std::vector<double> u(c.points[0].size());
+            for (double& x : u)
+                x = normal(generator);
+            const auto corner = std::max_element(c.points.begin(), c.points.end(),
+                                                 [&](const auto& a, const auto& b) { return Dot(u, a) < Dot(u, b); });
+            EXPECT_NE(std::find(vertices.begin(), vertices.end(), *corner), vertices.end());
+        }
+        for (std::size_t i = 0; i < probes.size(); ++i)
+            EXPECT_EQ(hull["inside"][i]["inside"].number, i < c.inside.size()) << probes[i];
+    }
 }
 
 // Point files, inputs that are no regular files, names with control

@@ -1,17 +1,11 @@
-// Reading point files and the command line of the vorn tool, and the hulls of
-// `vorn hull` at the offsets and scales of real data.
+// Reading point files and the command line of the vorn tool.
 
 #include "Cli.h"
-#include "Commands.h"
-#include "JsonReader.h"
 #include "PointFile.h"
 #include "VornTool.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <random>
 #include <sstream>
 #include <tuple>
 
@@ -21,36 +15,6 @@ vorn::PointSet Read(const std::string& text)
 {
     std::istringstream in(text);
     return vorn::ReadPoints(in, "pts.txt");
-}
-
-using Points = std::vector<std::vector<double>>;
-
-// `vorn hull --json` of the points, parsed.
-vorntest::JsonValue HullOf(const Points& points, const std::vector<std::string>& inside)
-{
-    std::ostringstream text;
-    text.precision(17);
-    for (const std::vector<double>& point : points)
-    {
-        for (const double c : point)
-            text << c << ' ';
-        text << '\n';
-    }
-    std::istringstream in(text.str());
-    vorn::HullOptions options;
-    options.json = true;
-    options.inside = inside;
-    std::ostringstream out;
-    vorn::RunHull(options, in, out);
-    return vorntest::ParseJson(out.str());
-}
-
-double Dot(const std::vector<double>& a, const std::vector<double>& b)
-{
-    double sum = 0;
-    for (std::size_t j = 0; j < a.size(); ++j)
-        sum += a[j] * b[j];
-    return sum;
 }
 } // namespace
 
@@ -141,74 +105,4 @@ TEST(VornCommandLine, CommandsOptionsAndUsageErrors)
     };
     for (const Case& c : mistakes)
         EXPECT_EQ(vorntest::ToolErrorOf([&] { vorn::ParseCommandLine(c.first); }), std::make_pair(c.second, 2));
-}
-
-// Hulls at the offsets and scales of real data (map coordinates, large
-// integers, tiny and huge sets): every facet supports the points (all on or
-// below it, one on it, within a tolerance relative to their magnitude), every
-// vertex is one of the points, and the point that is the only maximum of a
-// random linear function, a corner, is a vertex.
-TEST(VornHull, RightAtAnyOffsetAndScale)
-{
-    std::mt19937 generator(3);
-    std::uniform_real_distribution<double> uniform(0, 1);
-    std::normal_distribution<double> normal;
-    const auto cloud = [&](std::vector<double> offset, double size, int count) {
-        Points points(count, offset);
-        for (auto& point : points)
-            for (double& c : point)
-                c += size * uniform(generator);
-        return points;
-    };
-    const auto diamond = [](double size) { return Points{{size, 0}, {0, size}, {-size, 0}, {0, -size}, {0, 0}}; };
-    struct Case
-    {
-        Points points;
-        std::vector<std::string> inside, outside;
-    };
-    const Case cases[] = {
-        {cloud({5e5, 5.4e6}, 1000, 100), {"500500,5400500"}, {"500500,5401001"}},
-        {{{1.3e7, 1.3e7}, {1.3e7 + 1, 1.3e7}, {1.3e7, 1.3e7 + 1}}, {"13000000.25,13000000.25"}, {"13000000.75,13000000.75"}},
-        {cloud({1e4, 1e4, 1e4}, 10, 30), {"10005,10005,10005"}, {"10011,10005,10005"}},
-        {diamond(1e155), {"0,0"}, {"1e160,0", "7.1e154,7.1e154"}},
-        {diamond(1e-8), {"0,0"}, {"1e-7,0", "7.1e-9,7.1e-9"}},
-        // Vertices that share their first three coordinates stay apart.
-        {{{0, 0, 0, 1}, {0, 0, 0, -1}, {1, 0, 0, 0}, {-1, 0, 0, 0}, {0, 1, 0, 0}, {0, -1, 0, 0}, {0, 0, 1, 0}, {0, 0, -1, 0}},
-         {"0,0,0,0.9"},
-         {"0.5,0.5,0,0.5"}},
-    };
-    for (const Case& c : cases)
-    {
-        std::vector<std::string> probes = c.inside;
-        probes.insert(probes.end(), c.outside.begin(), c.outside.end());
-        const vorntest::JsonValue hull = HullOf(c.points, probes);
-        double magnitude = 0;
-        for (const auto& point : c.points)
-            for (const double x : point)
-                magnitude = std::max(magnitude, std::fabs(x));
-        SCOPED_TRACE(std::to_string(c.points.size()) + " points, magnitude " + std::to_string(magnitude));
-        for (const vorntest::JsonValue& facet : hull["facets"].items)
-        {
-            double highest = -HUGE_VAL;
-            for (const auto& point : c.points)
-                highest = std::max(highest, Dot(facet["normal"].Numbers(), point) - facet["offset"].number);
-            EXPECT_LE(std::fabs(highest), 1e-11 * magnitude);
-        }
-        Points vertices;
-        for (const vorntest::JsonValue& vertex : hull["vertices"].items)
-            vertices.push_back(vertex.Numbers());
-        for (const auto& vertex : vertices)
-            EXPECT_NE(std::find(c.points.begin(), c.points.end(), vertex), c.points.end());
-        for (int k = 0; k < 300; ++k)
-        {
-            std::vector<double> u(c.points[0].size());
-            for (double& x : u)
-                x = normal(generator);
-            const auto corner = std::max_element(c.points.begin(), c.points.end(),
-                                                 [&](const auto& a, const auto& b) { return Dot(u, a) < Dot(u, b); });
-            EXPECT_NE(std::find(vertices.begin(), vertices.end(), *corner), vertices.end());
-        }
-        for (std::size_t i = 0; i < probes.size(); ++i)
-            EXPECT_EQ(hull["inside"][i]["inside"].number, i < c.inside.size()) << probes[i];
-    }
 }
