@@ -61,19 +61,20 @@ inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pa
     bool ok = true;
     for (const RawPage& page : pages)
     {
-        TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, page.width);
-        TIFFSetField(tif, TIFFTAG_IMAGELENGTH, page.height);
-        TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, page.bits);
-        TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, page.samples);
-        TIFFSetField(tif, TIFFTAG_SAMPLEFORMAT, page.format);
-        TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, page.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
-        TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-        TIFFSetField(tif, TIFFTAG_COMPRESSION, page.compression);
+        // libtiff takes the 16-bit fields as int, which a 32-bit value passes as.
+        const std::uint32_t fields[][2] = {
+            {TIFFTAG_IMAGEWIDTH, page.width}, {TIFFTAG_IMAGELENGTH, page.height}, {TIFFTAG_BITSPERSAMPLE, page.bits},
+            {TIFFTAG_SAMPLESPERPIXEL, page.samples}, {TIFFTAG_SAMPLEFORMAT, page.format},
+            {TIFFTAG_PHOTOMETRIC, std::uint32_t(page.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK)},
+            {TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG}, {TIFFTAG_COMPRESSION, page.compression},
+            // Tiles, or strips (the tag set twice).
+            {std::uint32_t(page.tile ? TIFFTAG_TILEWIDTH : TIFFTAG_ROWSPERSTRIP), page.tile ? page.tile : page.rowsPerStrip},
+            {std::uint32_t(page.tile ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP), page.tile ? page.tile : page.rowsPerStrip}};
+        for (const auto& field : fields)
+            TIFFSetField(tif, field[0], field[1]);
         const std::size_t rowBytes = page.RowBytes(), pixel = page.bits / 8, edge = page.tile;
         if (edge)
         {
-            TIFFSetField(tif, TIFFTAG_TILEWIDTH, page.tile);
-            TIFFSetField(tif, TIFFTAG_TILELENGTH, page.tile);
             std::vector<std::uint8_t> tile(edge * edge * pixel);
             for (std::uint32_t y0 = 0; y0 < page.height; y0 += page.tile)
                 for (std::uint32_t x0 = 0; x0 < page.width; x0 += page.tile)
@@ -87,7 +88,6 @@ inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pa
         }
         else
         {
-            TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, page.rowsPerStrip);
             std::vector<std::uint8_t> row(rowBytes);
             for (std::uint32_t y = 0; y < page.height; ++y)
             {
