@@ -314,29 +314,26 @@ TEST_F(VornCli, AnalyzeTextReport)
 }
 #endif
 
-TEST_F(VornCli, BuiltInSampleAndHelp)
+// Runs that succeed: the first part starts standard output, the others are
+// in it. The cube's corners, its centre and a point on a face, in mixed
+// notation, have the hull x_i <= 1, -x_i <= 0.
+TEST_F(VornCli, BuiltInSampleHelpAndHullAsText)
 {
-    const std::pair<std::string, std::string> runs[] = {
-        {"analyze", "built-in sample volume: 128x128x128, 3-D, 8-bit, 5 objects (largest label 5)\n"},
-        {"--help", "usage: vorn analyze"}};
-    for (const auto& [arguments, start] : runs)
+    std::ofstream(Path("cube.txt")) << "0 0 0\n1,0,0\n0 1 0\n0 0 1\n1 1 0\n1, 0, 1\n0 1 1\n1 1 1\n0.5 0.5 0.5\n1 0.5 0.5\n";
+    const std::pair<std::string, std::vector<std::string>> runs[] = {
+        {"analyze",
+         {"built-in sample volume: 128x128x128, 3-D, 8-bit, 5 objects (largest label 5)\n", "\nlabel 5: no hull: line\n"}},
+        {"--help", {"usage: vorn analyze"}},
+        {"hull --inside=1,1,1 --inside 2,0,0 '" + Path("cube.txt") + "'",
+         {"hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", "\n  0 0 -1 <= 0\n",
+          "\n  1 0 0 <= 1\n", "\nvertices:\n", "\n  1 0 1\n", "\ninside tests:\n  1 1 1: inside\n  2 0 0: outside\n"}}};
+    for (const auto& [arguments, parts] : runs)
     {
         const ToolRun run = Vorn(arguments);
-        EXPECT_EQ(std::make_tuple(run.code, run.err, run.out.rfind(start, 0)), std::make_tuple(0, "", 0u)) << run.out;
+        EXPECT_EQ(std::make_tuple(run.code, run.err, run.out.rfind(parts[0], 0)), std::make_tuple(0, "", 0u)) << run.out;
+        for (const std::string& part : parts)
+            EXPECT_NE(run.out.find(part), std::string::npos) << part;
     }
-    EXPECT_NE(Vorn("analyze").out.find("\nlabel 5: no hull: line\n"), std::string::npos);
-}
-
-TEST_F(VornCli, HullOfPointsAsText)
-{
-    // Unit cube corners, its centre and a point on a face, in mixed notation.
-    std::ofstream(Path("cube.txt")) << "0 0 0\n1,0,0\n0 1 0\n0 0 1\n1 1 0\n1, 0, 1\n0 1 1\n1 1 1\n0.5 0.5 0.5\n1 0.5 0.5\n";
-    const ToolRun run = Vorn("hull --inside=1,1,1 --inside 2,0,0 '" + Path("cube.txt") + "'");
-    ASSERT_EQ(run.code, 0) << run.err;
-    EXPECT_EQ(run.out.rfind("hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", 0), 0u);
-    for (const char* line : {"\n  0 0 -1 <= 0\n", "\n  1 0 0 <= 1\n", "\nvertices:\n", "\n  1 0 1\n",
-                             "\ninside tests:\n  1 1 1: inside\n  2 0 0: outside\n"})
-        EXPECT_NE(run.out.find(line), std::string::npos) << line;
 }
 
 // Hulls at the offsets and scales of real data (map coordinates, large

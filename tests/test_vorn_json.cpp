@@ -41,11 +41,11 @@ TEST(VornJson, AnyBytesMakeAValidString)
         {"\xc0\xaf\xe0\x9f\xbf", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"},
         {"\xed\xa0\x80\xf4\x90\x80\x80", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"},
     };
-    for (const auto& c : cases)
+    for (const auto& [bytes, string] : cases)
     {
         std::string text;
-        CJsonWriter(text).String(c.first);
-        EXPECT_EQ(text, "\"" + c.second + "\"") << c.first;
+        CJsonWriter(text).String(bytes);
+        EXPECT_EQ(text, "\"" + string + "\"") << bytes;
     }
 }
 
