@@ -41,7 +41,7 @@ TEST(VornAnalysis, SampleVolumeShapes)
 {
     TOLX::CImage volume = vorn::MakeSampleVolume(64); // every length halved
     const vorn::AnalysisReport report = Analyzed(volume);
-    EXPECT_EQ(std::make_tuple(report.dimension, report.labels, report.objects.size()), std::make_tuple(3, 6, 5u));
+    EXPECT_EQ(report.objects.size(), 5u); // the header line, with the needle's, is checked in test_vorn_cli
 
     // Ball of radius 11 about (17, 17, 17): symmetric, so the centre is exact.
     const ObjectReport& ball = Object(report, vorn::SAMPLE_BALL);
@@ -64,9 +64,7 @@ TEST(VornAnalysis, SampleVolumeShapes)
     EXPECT_LT(torus.Solidity(), 0.8);
     EXPECT_NEAR(torus.mainAxis.z, 0.0, 1e-9); // any direction in the torus's plane
 
-    const ObjectReport& needle = Object(report, vorn::SAMPLE_NEEDLE);
-    EXPECT_EQ(std::make_tuple(needle.pixels, needle.hull.available, needle.hull.problem), std::make_tuple(11, false, "line"));
-    EXPECT_TRUE(std::isnan(needle.Solidity()));
+    EXPECT_TRUE(std::isnan(Object(report, vorn::SAMPLE_NEEDLE).Solidity()));
 }
 
 // Objects whose pixels span less than the image's dimension have no hull, told

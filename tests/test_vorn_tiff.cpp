@@ -118,11 +118,10 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
         {"float", {floats}}, {"rgb", {rgb}}, {"signed", {signedPixels}}, {"bilevel", {bilevel}},
         {"wider", {grey, grey, MakePage(8, 7, 4, [](int, int) { return 1; })}},
         {"deeper", {grey, MakePage(16, 6, 4, [](int, int) { return 1; })}},
-        {"cut", PatternPages(16, 64, 64, 2)}, {"header", {grey}}};
+        {"cut", PatternPages(16, 64, 64, 2)}};
     for (const auto& [name, pages] : written)
         ASSERT_TRUE(vorntest::WriteRawTiff(Path(name), pages));
     std::filesystem::resize_file(Path("cut"), std::filesystem::file_size(Path("cut")) - 4000); // in page 2
-    std::filesystem::resize_file(Path("header"), 6);
     std::ofstream(Path("text")) << "this is not an image\n";
 
     using vorntest::HandPage;
@@ -135,7 +134,6 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
         {"huge16", {huge16, huge16, huge16, huge16}, std::string(64, '\0')},
         // 100 bytes cannot inflate to 900 MB, whatever they hold.
         {"inflate", {{30000, 30000, 8, COMPRESSION_ADOBE_DEFLATE, 0, {{8, 100}}}}, std::string(100, 'x')},
-        {"stray", {{64, 64, 8, COMPRESSION_NONE, 0, {{8, 4096}}}}, std::string(100, '\0')}, // beyond the file's end
         // Uncompressed strips that lie in the file but are too short.
         {"strips", {packed, {4096, 4096, 8, COMPRESSION_NONE, 2048, {{8, 1000}, {8, 1000}}}}, runs},
         {"stack", std::vector<HandPage>(100000, packed), runs},
@@ -161,9 +159,7 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
         {"wider", "page 3 is 7x4, page 1 is 6x4; all pages of a stack must have one size"},
         {"deeper", "page 2 has 16-bit pixels, page 1 has 8-bit pixels; all pages of a stack must have one pixel type"},
         {"text", "not a readable TIFF file", false},
-        {"header", "not a readable TIFF file", false},
         {"cut", "page 2" + corrupt, false},
-        {"stray", "page 1" + corrupt, false},
         {"huge16", "page 1" + corrupt, false},
         {"inflate", "page 1" + corrupt, false},
         {"strips", "page 2" + corrupt, false},
