@@ -5,6 +5,7 @@
 #include "CaptureStderr.h"
 #include "JsonReader.h"
 #include "MemoryBudget.h"
+#include "VornTool.h"
 #ifdef VORN_HAVE_TIFF
 #include "VornTiffFiles.h"
 #endif
@@ -20,13 +21,13 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <thread>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-using vorntest::JsonReader;
 using vorntest::JsonValue;
 
 namespace
@@ -39,11 +40,7 @@ struct ToolRun
 
 // A failing run: its arguments and standard input, the message expected after
 // "vorn: " as the only line on standard error, and the exit code.
-struct ErrorCase
-{
-    std::string arguments, input, message;
-    int code;
-};
+using ErrorCase = std::tuple<std::string, std::string, std::string, int>;
 
 // A file name as messages show it.
 std::string Named(const std::string& path) { return "'" + path + "'"; }
@@ -55,19 +52,9 @@ std::string Slurp(const std::string& path)
     return text.str();
 }
 
-class VornCli : public ::testing::Test
+class VornCli : public vorntest::VornFilesTest
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/vorn-cli-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-
-    std::string Path(const std::string& name) const { return m_dir + "/" + name; }
-
     // Runs the tool with standard output and error in files (so not a
     // terminal) and standard input from `input`, after the shell commands of
     // `setup`.
@@ -82,28 +69,31 @@ protected:
 
     void ExpectOneLineErrors(const std::vector<ErrorCase>& cases)
     {
-        for (const ErrorCase& c : cases)
+        for (const auto& [arguments, input, message, code] : cases)
         {
-            const ToolRun run = Vorn(c.arguments, c.input);
-            EXPECT_EQ(run.code, c.code) << c.arguments;
-            EXPECT_EQ(run.err, "vorn: " + c.message + "\n") << c.arguments;
-            EXPECT_EQ(run.out, "") << c.arguments;
+            const ToolRun run = Vorn(arguments, input);
+            EXPECT_EQ(std::make_tuple(run.code, run.err, run.out), std::make_tuple(code, "vorn: " + message + "\n", ""))
+                << arguments;
         }
     }
 
-    std::string m_dir;
+    // A failing run whose one line of error starts with `start`, libtiff's
+    // detail after it.
+    void ExpectErrorStart(const ToolRun& run, int code, const std::string& start)
+    {
+        EXPECT_EQ(run.code, code);
+        EXPECT_EQ(run.err.rfind("vorn: " + start, 0), 0u) << run.err;
+        EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
+    }
 };
 
 #ifdef VORN_HAVE_TIFF
 // Labels for the four test objects, chosen to need the pixel type's full width.
-struct Labels
+std::array<std::uint32_t, 4> LabelsFor(int bits)
 {
-    std::uint32_t box, round, flat, pair;
-};
-
-Labels LabelsFor(int bits)
-{
-    return bits == 8 ? Labels{1, 2, 200, 255} : bits == 16 ? Labels{1, 300, 4000, 65535} : Labels{1, 5, 65536, 70000};
+    return bits == 8 ? std::array<std::uint32_t, 4>{1, 2, 200, 255}
+           : bits == 16 ? std::array<std::uint32_t, 4>{1, 300, 4000, 65535}
+                        : std::array<std::uint32_t, 4>{1, 5, 65536, 70000};
 }
 
 template <class Visit>
@@ -120,53 +110,64 @@ void ForEachPixel(const TOLX::CImage& image, Visit&& visit)
 // two-pixel object.
 TOLX::CImage LabelImage(int bits, int depth)
 {
-    const Labels labels = LabelsFor(bits);
+    const auto [box, round, flat, pair] = LabelsFor(bits);
     TOLX::CImage image(bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32,
                        TOLX::CSize(30, 24, depth));
     const int zc = depth / 2;
     ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
         const double dx = x - 20.3, dy = y - 8.6, dz = depth > 1 ? z - zc : 0;
         if (x >= 2 && x <= 9 && y >= 2 && y <= 6 && z <= 3)
-            image.SetPixel(x, y, z, labels.box);
+            image.SetPixel(x, y, z, box);
         else if (dx * dx + dy * dy + dz * dz <= 16.5)
-            image.SetPixel(x, y, z, labels.round);
+            image.SetPixel(x, y, z, round);
     });
     for (int i = 0; i < 5; ++i)
         for (int x = 3; x < (depth > 1 ? 8 : 4); ++x)
-            image.SetPixel(depth > 1 ? x : x + i, 14 + i, zc, labels.flat);
-    image.SetPixel(25, 20, 0, labels.pair);
-    image.SetPixel(26, 21, depth - 1, labels.pair);
+            image.SetPixel(depth > 1 ? x : x + i, 14 + i, zc, flat);
+    image.SetPixel(25, 20, 0, pair);
+    image.SetPixel(26, 21, depth - 1, pair);
     return image;
 }
 
 void WriteImage(const TOLX::CImage& image, const std::string& path)
 {
     std::vector<vorntest::RawPage> pages;
-    const int bits = 8 * image.Type().BytesPerPixel();
     for (int z = 0; z < image.Depth(); ++z)
-        pages.push_back(vorntest::MakePage(bits, image.Width(), image.Height(),
+        pages.push_back(vorntest::MakePage(8 * image.Type().BytesPerPixel(), image.Width(), image.Height(),
                                            [&](int x, int y) { return image.GetPixel(x, y, z); }));
     ASSERT_TRUE(vorntest::WriteRawTiff(path, pages));
 }
 
-// What the library says about one object when called directly.
-struct Direct
+// A host value against its JSON: a string, a number (null for NaN and the
+// infinities) or a vector of them.
+void ExpectSameValue(const JsonValue& json, const TOLX::CValue& value, const std::string& key)
 {
-    std::int64_t label = 0;
-    double pixels = 0, excentricity = 0;
-    std::vector<double> centre, principal, axis;
-    TOLX::CValueMap map;
-    bool hull = false;
-    std::size_t facets = 0, vertices = 0;
-    std::vector<std::array<int, 3>> hullPixels;
-};
+    if (value.Type() == TOLX::VALUE_VECTOR)
+    {
+        ASSERT_EQ(json.items.size(), value.Vector().Size()) << key;
+        std::size_t i = 0;
+        for (const auto& item : value.Vector())
+            ExpectSameValue(json.items[i++], *item.second, key + "[]");
+    }
+    else if (value.Type() == TOLX::VALUE_STRING)
+        EXPECT_EQ(std::make_pair(json.kind, json.text), std::make_pair(JsonValue::STRING, std::string(value.String()))) << key;
+    else
+    {
+        const double number = value.Type() == TOLX::VALUE_LONG ? double(value.Long()) : value.Double();
+        EXPECT_EQ(std::make_pair(json.kind, json.number),
+                  std::isfinite(number) ? std::make_pair(JsonValue::NUMBER, number) : std::make_pair(JsonValue::NUL, 0.0))
+            << key;
+    }
+}
 
-// Runs in a thread of its own so that the hulls' random start points are drawn
-// from a fresh generator, as in a fresh vorn process.
-std::vector<Direct> DirectResults(const TOLX::CImage& image)
+// The tool's objects and painted pages against the same library calls made
+// directly: moments, the object's own moment map key by key in the same
+// order, hull counts, and every hull painted in its label, later labels on
+// top. Runs in a thread of its own so that the hulls' random start points are
+// drawn from a fresh generator, as in a fresh vorn process.
+void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, const std::vector<vorntest::RawPage>& pages)
 {
-    std::vector<Direct> results;
-    std::thread worker([&] {
+    std::thread([&] {
         const std::size_t d = image.Depth() > 1 ? 3 : 2;
         std::uint64_t largest = 0;
         ForEachPixel(image, [&](int, int, int, std::uint64_t label) { largest = std::max(largest, label); });
@@ -178,115 +179,89 @@ std::vector<Direct> DirectResults(const TOLX::CImage& image)
         vorntest::CaptureStandardError([&] { moments.Compute(); }); // its deprecation warnings
         const TOLX::CValueMap all = moments;
         auto entry = all.begin() + 3; // after "dim", "status", "no. of objects"
+        TOLX::CImage painted(image.Type(), image.Size());
+        std::size_t i = 0;
         for (TOLX::int64 label = 1; label <= TOLX::int64(largest); ++label)
         {
             if (moments.Mass(label) == 0)
                 continue;
-            Direct r;
-            r.label = label;
-            r.pixels = moments.Mass(label);
-            r.centre = {moments.CenterOfMassX(label), moments.CenterOfMassY(label), moments.CenterOfMassZ(label)};
-            r.centre.resize(d);
-            r.principal = moments.getInertiaMoments(label);
-            r.principal.resize(d);
-            for (std::size_t i = 0; i < d; ++i)
-                r.axis.push_back(moments.getInertiaAxes(label)(i, d == 3 ? 2 : 0));
-            r.excentricity = moments.getExcentricity(label);
-            r.map = (entry++)->second->Map();
+            SCOPED_TRACE("label " + std::to_string(label));
+            ASSERT_LT(i, objects.items.size());
+            const JsonValue& got = objects[i++];
+            std::vector<double> centre{moments.CenterOfMassX(label), moments.CenterOfMassY(label),
+                                       moments.CenterOfMassZ(label)},
+                principal = moments.getInertiaMoments(label), axis;
+            centre.resize(d);
+            principal.resize(d);
+            for (std::size_t j = 0; j < d; ++j)
+                axis.push_back(moments.getInertiaAxes(label)(j, d == 3 ? 2 : 0));
+            EXPECT_EQ(std::make_tuple(got["label"].number, got["pixels"].number, got["centre_of_mass"].Numbers(),
+                                      got["principal_moments"].Numbers(), got["main_axis"].Numbers()),
+                      std::make_tuple(double(label), moments.Mass(label), centre, principal, axis));
+            EXPECT_EQ(got["excentricity"].kind, d == 2 ? JsonValue::NUMBER : JsonValue::NUL);
+            EXPECT_EQ(got["excentricity"].number, d == 2 ? moments.getExcentricity(label) : 0.0); // null reads as 0
+            const auto& members = got["moments"].members;
+            std::size_t k = 0;
+            for (const auto& [key, value] : (entry++)->second->Map())
+                if (key.ToString() != "status" && key.ToString() != "pixel")
+                {
+                    ASSERT_LT(k, members.size());
+                    EXPECT_EQ(members[k].first, key.ToString());
+                    ExpectSameValue(members[k++].second, *value, key.ToString());
+                }
+            EXPECT_EQ(members.size(), k);
+            EXPECT_EQ(k, d == 3 ? 34u : 21u);
 
             TOLX::CConvexHullComputer hull(d, "direct", nullptr);
             hull.loadPointsFromImage(image, std::size_t(label));
+            bool computed = false;
             try
             {
-                r.hull = hull.getPoints().size() > d && (hull.compute(), true);
+                computed = hull.getPoints().size() > d && (hull.compute(), true);
             }
             catch (const TOLX::CException&)
             {
             }
-            if (r.hull)
-            {
-                r.facets = hull.getA().size();
-                r.vertices = hull.getVertices().size();
-                TOLX::CMatrix<double> p(d, 1);
-                ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
-                    p(0, 0) = x;
-                    p(1, 0) = y;
-                    p(d - 1, 0) = d == 3 ? z : y;
-                    if (hull.isInside(p))
-                        r.hullPixels.push_back({x, y, z});
-                });
-            }
-            results.push_back(std::move(r));
+            ASSERT_EQ(got["hull"].kind == JsonValue::OBJECT, computed);
+            EXPECT_EQ(got["hull_problem"].kind, computed ? JsonValue::NUL : JsonValue::STRING);
+            EXPECT_EQ(got["solidity"].kind, computed ? JsonValue::NUMBER : JsonValue::NUL);
+            if (!computed)
+                continue;
+            double inside = 0;
+            TOLX::CMatrix<double> p(d, 1);
+            ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
+                p(0, 0) = x;
+                p(1, 0) = y;
+                p(d - 1, 0) = d == 3 ? z : y;
+                if (hull.isInside(p))
+                    painted.SetPixel(x, y, z, std::uint64_t(label)), ++inside;
+            });
+            const JsonValue& counts = got["hull"];
+            EXPECT_EQ(std::make_tuple(counts["facets"].number, counts["vertices"].number, counts["painted_pixels"].number),
+                      std::make_tuple(double(hull.getA().size()), double(hull.getVertices().size()), inside));
+            EXPECT_DOUBLE_EQ(got["solidity"].number, moments.Mass(label) / inside);
         }
-    });
-    worker.join();
-    return results;
-}
-
-void ExpectSameValue(const JsonValue& json, const TOLX::CValue& value, const std::string& key)
-{
-    switch (value.Type())
-    {
-    case TOLX::VALUE_DOUBLE:
-        if (std::isfinite(value.Double()))
-            EXPECT_EQ(json.number, value.Double()) << key;
-        else
-            EXPECT_EQ(json.kind, JsonValue::NUL) << key;
-        break;
-    case TOLX::VALUE_LONG: EXPECT_EQ(json.number, double(value.Long())) << key; break;
-    case TOLX::VALUE_STRING: EXPECT_EQ(json.text, value.String()) << key; break;
-    case TOLX::VALUE_VECTOR:
-    {
-        ASSERT_EQ(json.items.size(), value.Vector().Size()) << key;
-        std::size_t i = 0;
-        for (const auto& item : value.Vector())
-            ExpectSameValue(json.items[i++], *item.second, key + "[]");
-        break;
-    }
-    case TOLX::VALUE_MAP: ADD_FAILURE() << "unexpected nested map " << key; break;
-    }
-}
-
-// The object's entry in the tool's report against the direct calls.
-void ExpectSameObject(const JsonValue& got, const Direct& want, std::size_t d)
-{
-    SCOPED_TRACE("label " + std::to_string(want.label));
-    EXPECT_EQ(got["label"].number, double(want.label));
-    EXPECT_EQ(got["pixels"].number, want.pixels);
-    EXPECT_EQ(got["centre_of_mass"].Numbers(), want.centre);
-    EXPECT_EQ(got["principal_moments"].Numbers(), want.principal);
-    EXPECT_EQ(got["main_axis"].Numbers(), want.axis);
-    if (d == 2)
-        EXPECT_EQ(got["excentricity"].number, want.excentricity);
-    else
-        EXPECT_EQ(got["excentricity"].kind, JsonValue::NUL);
-    ASSERT_EQ(got["hull"].kind == JsonValue::OBJECT, want.hull);
-    EXPECT_EQ(got["hull_problem"].kind, want.hull ? JsonValue::NUL : JsonValue::STRING);
-    if (want.hull)
-    {
-        EXPECT_EQ(got["hull"]["facets"].number, double(want.facets));
-        EXPECT_EQ(got["hull"]["vertices"].number, double(want.vertices));
-        EXPECT_EQ(got["hull"]["painted_pixels"].number, double(want.hullPixels.size()));
-        EXPECT_DOUBLE_EQ(got["solidity"].number, want.pixels / double(want.hullPixels.size()));
-    }
-    else
-        EXPECT_EQ(got["solidity"].kind, JsonValue::NUL);
-    // The object's own moment map, key by key in the same order.
-    const JsonValue& map = got["moments"];
-    std::size_t k = 0;
-    for (const auto& entry : want.map)
-    {
-        const std::string key = entry.first.ToString();
-        if (key == "status" || key == "pixel")
-            continue;
-        ASSERT_LT(k, map.members.size());
-        EXPECT_EQ(map.members[k].first, key);
-        ExpectSameValue(map.members[k++].second, *entry.second, key);
-    }
-    EXPECT_EQ(k, map.members.size());
-    EXPECT_EQ(map.members.size(), d == 3 ? 34u : 21u);
+        EXPECT_EQ(i, objects.items.size());
+        ASSERT_EQ(pages.size(), std::size_t(image.Depth()));
+        for (int z = 0; z < image.Depth(); ++z)
+        {
+            EXPECT_EQ(pages[z].bits, 8 * image.Type().BytesPerPixel());
+            EXPECT_EQ(std::memcmp(pages[z].bytes.data(), painted.Data() + z * painted.Step().Z(), pages[z].bytes.size()), 0)
+                << "page " << z;
+        }
+    }).join();
 }
 #endif
+
+using Points = std::vector<std::vector<double>>;
+
+double Dot(const std::vector<double>& a, const std::vector<double>& b)
+{
+    double sum = 0;
+    for (std::size_t j = 0; j < a.size(); ++j)
+        sum += a[j] * b[j];
+    return sum;
+}
 } // namespace
 
 #ifdef VORN_HAVE_TIFF
@@ -295,43 +270,22 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
     for (const int bits : {8, 16, 32})
         for (const int depth : {1, 5})
         {
-            const std::size_t d = depth > 1 ? 3 : 2;
-            SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(d) + "-D");
+            SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(depth) + " pages");
             const TOLX::CImage image = LabelImage(bits, depth);
             const std::string input = Path("labels.tif"), painted = Path("hulls.tif");
             WriteImage(image, input);
             const ToolRun run = Vorn("analyze --json --paint '" + painted + "' '" + input + "'");
             ASSERT_EQ(run.code, 0) << run.err;
             EXPECT_EQ(run.err, ""); // no progress bar when standard error is a file
-            const JsonValue report = JsonReader::Parse(run.out);
-            const std::vector<Direct> direct = DirectResults(image);
-
-            EXPECT_EQ(report["source"].text, input);
-            EXPECT_EQ(report["dimension"].number, d);
-            EXPECT_EQ(report["bits_per_pixel"].number, bits);
-            EXPECT_EQ(report["labels"].number, LabelsFor(bits).pair + 1.0);
+            const JsonValue report = vorntest::ParseJson(run.out);
+            EXPECT_EQ(std::make_tuple(report["source"].text, report["dimension"].number, report["bits_per_pixel"].number,
+                                      report["labels"].number),
+                      std::make_tuple(input, depth > 1 ? 3.0 : 2.0, double(bits), LabelsFor(bits)[3] + 1.0));
             const JsonValue& objects = report["objects"];
-            ASSERT_EQ(direct.size(), 4u);
             ASSERT_EQ(objects.items.size(), 4u);
-            for (std::size_t i = 0; i < direct.size(); ++i)
-                ExpectSameObject(objects[i], direct[i], d);
-            EXPECT_EQ(objects[2]["hull_problem"].text, d == 3 ? "flat" : "line");
+            EXPECT_EQ(objects[2]["hull_problem"].text, depth > 1 ? "flat" : "line");
             EXPECT_EQ(objects[3]["hull_problem"].text, "line");
-
-            // The painted image holds every hull in its label, later labels on top.
-            const std::vector<vorntest::RawPage> pages = vorntest::ReadRawTiff(painted);
-            ASSERT_EQ(pages.size(), std::size_t(depth));
-            TOLX::CImage expected(image.Type(), image.Size());
-            for (const Direct& object : direct)
-                for (const auto& p : object.hullPixels)
-                    expected.SetPixel(p[0], p[1], p[2], std::uint64_t(object.label));
-            for (int z = 0; z < depth; ++z)
-            {
-                const vorntest::RawPage& page = pages[std::size_t(z)];
-                EXPECT_EQ(page.bits, bits);
-                EXPECT_EQ(std::memcmp(page.bytes.data(), expected.Data() + z * expected.Step().Z(), page.bytes.size()), 0)
-                    << "page " << z;
-            }
+            ExpectSameAsLibrary(objects, image, vorntest::ReadRawTiff(painted));
         }
 }
 
@@ -342,82 +296,118 @@ TEST_F(VornCli, AnalyzeTextReport)
     const ToolRun run = Vorn("analyze '" + input + "'");
     ASSERT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(run.err, "");
-    std::istringstream lines(run.out);
-    std::vector<std::string> rows;
-    for (std::string line; std::getline(lines, line);)
-        rows.push_back(line);
-    ASSERT_EQ(rows.size(), 8u) << run.out;
-    EXPECT_EQ(rows[0], input + ": 30x24x5, 3-D, 16-bit, 4 objects (largest label 65535)");
-    EXPECT_EQ(rows[1].substr(0, 16), " label    pixels");
-    // Rows start with label and pixel count: the box has 8 x 5 x 4 pixels.
-    EXPECT_EQ(rows[2].substr(0, 16), "     1       160");
-    EXPECT_NE(rows[2].find("1.000"), std::string::npos); // a box is convex
-    EXPECT_EQ(rows[5].substr(0, 16), " 65535         2");
-    EXPECT_EQ(rows[5].substr(rows[5].size() - 26), "     n/a      n/a      n/a");
-    EXPECT_EQ(rows[6], "label 4000: no hull: flat");
-    EXPECT_EQ(rows[7], "label 65535: no hull: line");
+    // Rows start with label and pixel count: the box has 8 x 5 x 4 pixels and
+    // is convex; the two-pixel object has no hull.
+    for (const std::string& part : std::vector<std::string>{input + ": 30x24x5, 3-D, 16-bit, 4 objects (largest label 65535)\n label    pixels",
+                                    "\n     1       160 ", "\n 65535         2 ", "     n/a      n/a      n/a\n",
+                                    "\nlabel 4000: no hull: flat\nlabel 65535: no hull: line\n"})
+        EXPECT_NE(run.out.find(part), std::string::npos) << part;
+    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 8);
+    const std::size_t boxRow = run.out.find("\n     1       160 ");
+    EXPECT_EQ(run.out.substr(run.out.find('\n', boxRow + 1) - 6, 6), " 1.000");
 }
 #endif
 
-TEST_F(VornCli, AnalyzeBuiltInSample)
+// Runs that succeed: the first part starts standard output, the others are
+// in it. The cube's corners, its centre and a point on a face, in mixed
+// notation, have the hull x_i <= 1, -x_i <= 0.
+TEST_F(VornCli, BuiltInSampleHelpAndHullAsText)
 {
-    const ToolRun run = Vorn("analyze");
-    ASSERT_EQ(run.code, 0) << run.err;
-    EXPECT_EQ(run.err, "");
-    EXPECT_EQ(run.out.rfind("built-in sample volume: 128x128x128, 3-D, 8-bit, 5 objects (largest label 5)\n", 0), 0u);
-    EXPECT_NE(run.out.find("label 5: no hull: "), std::string::npos);
-}
-
-TEST_F(VornCli, HullOfPoints)
-{
-    // Unit cube corners, its centre and a point on a face, in mixed notation.
-    const std::string cube = "0 0 0\n1,0,0\n0 1 0\n0 0 1\n1 1 0\n1, 0, 1\n0 1 1\n1 1 1\n0.5 0.5 0.5\n1 0.5 0.5\n";
-    std::ofstream(Path("cube.txt")) << cube;
-    const ToolRun json = Vorn("hull --json --inside 0.5,0.5,0.5 --inside=1,1,1.5 '" + Path("cube.txt") + "'");
-    ASSERT_EQ(json.code, 0) << json.err;
-    const JsonValue hull = JsonReader::Parse(json.out);
-    EXPECT_EQ(hull["dimension"].number, 3);
-    EXPECT_EQ(hull["points"].number, 10);
-    // Six faces x_i <= 1 and -x_i <= 0, and the eight corners, in any order.
-    std::vector<std::vector<double>> faces, vertices, corners;
-    for (const JsonValue& facet : hull["facets"].items)
+    std::ofstream(Path("cube.txt")) << "0 0 0\n1,0,0\n0 1 0\n0 0 1\n1 1 0\n1, 0, 1\n0 1 1\n1 1 1\n0.5 0.5 0.5\n1 0.5 0.5\n";
+    const std::pair<std::string, std::vector<std::string>> runs[] = {
+        {"analyze",
+         {"built-in sample volume: 128x128x128, 3-D, 8-bit, 5 objects (largest label 5)\n", "\nlabel 5: no hull: line\n"}},
+        {"--help", {"usage: vorn analyze"}},
+        {"hull --inside=1,1,1 --inside 2,0,0 '" + Path("cube.txt") + "'",
+         {"hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", "\n  0 0 -1 <= 0\n",
+          "\n  1 0 0 <= 1\n", "\nvertices:\n", "\n  1 0 1\n", "\ninside tests:\n  1 1 1: inside\n  2 0 0: outside\n"}}};
+    for (const auto& [arguments, parts] : runs)
     {
-        faces.push_back(facet["normal"].Numbers());
-        faces.back().push_back(facet["offset"].number);
+        const ToolRun run = Vorn(arguments);
+        EXPECT_EQ(std::make_tuple(run.code, run.err, run.out.rfind(parts[0], 0)), std::make_tuple(0, "", 0u)) << run.out;
+        for (const std::string& part : parts)
+            EXPECT_NE(run.out.find(part), std::string::npos) << part;
     }
-    for (const JsonValue& vertex : hull["vertices"].items)
-        vertices.push_back(vertex.Numbers());
-    for (int i = 0; i < 8; ++i)
-        corners.push_back({double(i >> 2 & 1), double(i >> 1 & 1), double(i & 1)});
-    std::sort(faces.begin(), faces.end());
-    std::sort(vertices.begin(), vertices.end());
-    EXPECT_EQ(faces, (std::vector<std::vector<double>>{
-                         {-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, -1, 0}, {0, 0, 1, 1}, {0, 1, 0, 1}, {1, 0, 0, 1}}));
-    EXPECT_EQ(vertices, corners);
-    ASSERT_EQ(hull["inside"].items.size(), 2u);
-    EXPECT_TRUE(hull["inside"][0]["inside"].boolean);
-    EXPECT_FALSE(hull["inside"][1]["inside"].boolean);
-
-    // The same from standard input as text.
-    const ToolRun text = Vorn("hull --inside 1,1,1 -", cube);
-    ASSERT_EQ(text.code, 0) << text.err;
-    EXPECT_EQ(text.out.rfind("hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", 0), 0u);
-    EXPECT_NE(text.out.find("\ninside tests:\n  1 1 1: inside\n"), std::string::npos);
-
-    // In 4-D, vertices that share their first three coordinates stay apart.
-    const ToolRun four = Vorn("hull --json -", "0 0 0 1\n0 0 0 -1\n1 0 0 0\n-1 0 0 0\n0 1 0 0\n0 -1 0 0\n0 0 1 0\n0 0 -1 0\n");
-    ASSERT_EQ(four.code, 0) << four.err;
-    const JsonValue cross = JsonReader::Parse(four.out);
-    EXPECT_EQ(cross["facets"].items.size(), 16u);
-    EXPECT_EQ(cross["vertices"].items.size(), 8u);
 }
 
+// Hulls at the offsets and scales of real data (map coordinates, large
+// integers, tiny and huge sets): every facet supports the points (all on or
+// below it, one on it, within a tolerance relative to their magnitude), every
+// vertex is one of the points, and the point that is the only maximum of a
+// random linear function, a corner, is a vertex.
+TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
+{
+    std::mt19937 generator(3);
+    std::uniform_real_distribution<double> uniform(0, 1);
+    std::normal_distribution<double> normal;
+    const auto cloud = [&](std::vector<double> offset, double size, int count) {
+        Points points(count, offset);
+        for (auto& point : points)
+            for (double& c : point)
+                c += size * uniform(generator);
+        return points;
+    };
+    const auto diamond = [](double size) { return Points{{size, 0}, {0, size}, {-size, 0}, {0, -size}, {0, 0}}; };
+    // The points, and points to test: the first inside, the others outside.
+    const std::pair<Points, std::vector<std::string>> cases[] = {
+        {cloud({5e5, 5.4e6}, 1000, 100), {"500500,5400500", "500500,5401001"}},
+        {{{1.3e7, 1.3e7}, {1.3e7 + 1, 1.3e7}, {1.3e7, 1.3e7 + 1}}, {"13000000.25,13000000.25", "13000000.75,13000000.75"}},
+        {cloud({1e4, 1e4, 1e4}, 10, 30), {"10005,10005,10005", "10011,10005,10005"}},
+        {diamond(1e155), {"0,0", "1e160,0", "7.1e154,7.1e154"}},
+        {diamond(1e-8), {"0,0", "1e-7,0", "7.1e-9,7.1e-9"}},
+        // Vertices that share their first three coordinates stay apart.
+        {{{0, 0, 0, 1}, {0, 0, 0, -1}, {1, 0, 0, 0}, {-1, 0, 0, 0}, {0, 1, 0, 0}, {0, -1, 0, 0}, {0, 0, 1, 0}, {0, 0, -1, 0}},
+         {"0,0,0,0.9", "0.5,0.5,0,0.5"}},
+    };
+    for (const auto& [points, probes] : cases)
+    {
+        std::ostringstream text;
+        text.precision(17);
+        double magnitude = 0;
+        for (const auto& point : points)
+            for (std::size_t j = 0; j < point.size(); ++j)
+            {
+                text << point[j] << (j + 1 < point.size() ? ' ' : '\n');
+                magnitude = std::max(magnitude, std::fabs(point[j]));
+            }
+        std::string arguments = "hull --json";
+        for (const std::string& probe : probes)
+            arguments += " --inside " + probe;
+        const ToolRun run = Vorn(arguments + " -", text.str());
+        ASSERT_EQ(run.code, 0) << run.err;
+        const JsonValue hull = vorntest::ParseJson(run.out);
+        SCOPED_TRACE(std::to_string(points.size()) + " points, magnitude " + std::to_string(magnitude));
+        for (const JsonValue& facet : hull["facets"].items)
+        {
+            double highest = -HUGE_VAL;
+            for (const auto& point : points)
+                highest = std::max(highest, Dot(facet["normal"].Numbers(), point) - facet["offset"].number);
+            EXPECT_LE(std::fabs(highest), 1e-11 * magnitude);
+        }
+        Points vertices;
+        for (const JsonValue& vertex : hull["vertices"].items)
+            vertices.push_back(vertex.Numbers());
+        for (const auto& vertex : vertices)
+            EXPECT_NE(std::find(points.begin(), points.end(), vertex), points.end());
+        for (int k = 0; k < 300; ++k)
+        {
+            std::vector<double> u(points[0].size());
+            for (double& x : u)
+                x = normal(generator);
+            const auto corner = std::max_element(points.begin(), points.end(),
+                                                 [&](const auto& a, const auto& b) { return Dot(u, a) < Dot(u, b); });
+            EXPECT_NE(std::find(vertices.begin(), vertices.end(), *corner), vertices.end());
+        }
+        for (std::size_t i = 0; i < probes.size(); ++i)
+            EXPECT_EQ(hull["inside"][i]["inside"].number, i == 0) << probes[i];
+    }
+}
+
+// Point files, inputs that are no regular files, names with control
+// characters and command-line mistakes.
 TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 {
-    const std::string text = Path("text.txt"), ragged = Path("ragged.txt"), word = Path("word.txt"),
-                      line = Path("line.txt"), none = Path("none.txt");
-    std::ofstream(text) << "0 0\n1 0\n";
-    std::ofstream(ragged) << "0 0 0\n1 0 0\n\n0 1\n";
+    const std::string word = Path("word.txt"), line = Path("line.txt"), none = Path("none.txt");
     std::ofstream(word) << "# points\n0 0\n1 zero\n";
     std::ofstream(line) << "0 0\n1 1\n2 2\n3 3\n";
     const std::string fifo = Path("fifo"), directory = Path("dir"), odd = Path("esc\x1b[2J\n.txt"),
@@ -426,9 +416,7 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(directory);
     ExpectOneLineErrors({
-        {"hull '" + ragged + "'", "", Named(ragged) + ":4: expected 3 numbers like the first point, found 2", 1},
         {"hull '" + word + "'", "", Named(word) + ":3: 'zero' is not a number", 1},
-        {"hull '" + text + "'", "", Named(text) + ": 2 points in 2-D; a hull needs at least 3", 1},
         {"hull '" + line + "'", "",
          Named(line) + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
         {"hull", "", "<stdin>: no points", 1},
@@ -450,49 +438,14 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 }
 
 #ifdef VORN_HAVE_TIFF
-TEST_F(VornCli, ImageErrorsAreOneLineWithExitCodes)
-{
-    const std::string floats = Path("float.tif"), rgb = Path("rgb.tif"), mixed = Path("mixed.tif"), cut = Path("cut.tif");
-    vorntest::RawPage page = vorntest::MakePage<std::uint32_t>(8, 8, [](int, int) { return 0x3f800000u; });
-    page.format = SAMPLEFORMAT_IEEEFP;
-    ASSERT_TRUE(vorntest::WriteRawTiff(floats, {page}));
-    vorntest::RawPage colour = vorntest::MakePage<std::uint8_t>(8, 8, [](int, int) { return 1; });
-    colour.samples = 3;
-    colour.bytes.resize(colour.bytes.size() * 3);
-    ASSERT_TRUE(vorntest::WriteRawTiff(rgb, {colour}));
-    const auto small = vorntest::MakePage<std::uint8_t>(8, 8, [](int, int) { return 1; });
-    ASSERT_TRUE(vorntest::WriteRawTiff(mixed, {small, vorntest::MakePage<std::uint8_t>(9, 8, [](int, int) { return 1; })}));
-    ASSERT_TRUE(vorntest::WriteRawTiff(cut, {small, small, small}));
-    std::filesystem::resize_file(cut, std::filesystem::file_size(cut) - 50);
-    std::ofstream(Path("text.txt")) << "0 0\n1 0\n";
-
-    const std::string wanted = "; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel";
-    ExpectOneLineErrors({
-        {"analyze '" + Path("none.tif") + "'", "", Named(Path("none.tif")) + ": cannot open: No such file or directory", 1},
-        {"analyze '" + floats + "'", "", Named(floats) + ": page 1 has floating-point pixels" + wanted, 1},
-        {"analyze '" + rgb + "'", "", Named(rgb) + ": page 1 has 3 samples per pixel (RGB or colour)" + wanted, 1},
-        {"analyze '" + mixed + "'", "",
-         Named(mixed) + ": page 2 is 9x8, page 1 is 8x8; all pages of a stack must have one size", 1},
-    });
-
-    // libtiff's own text may follow, but on the same single line.
-    for (const std::string& file : {cut, Path("text.txt")})
-    {
-        const ToolRun run = Vorn("analyze '" + file + "'");
-        EXPECT_EQ(run.code, 1);
-        const std::string start =
-            "vorn: " + Named(file) + (file == cut ? ": page 3 cannot be read" : ": not a readable TIFF file");
-        EXPECT_EQ(run.err.rfind(start, 0), 0u) << run.err;
-        EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
-    }
-}
-
+// Images that cannot be read (the reader's cases are in test_vorn_tiff), paint targets
+// that are the input or cannot be written, and hostile files: refused in one
+// line before any work, the input left as it was.
 TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
 {
-    const std::string image = Path("in.tif"), fifo = Path("fifo"), directory = Path("dir"), hardLink = Path("hard.tif"),
+    const std::string image = Path("in.tif"), directory = Path("dir"), hardLink = Path("hard.tif"),
                       softLink = Path("soft.tif"), square = Path("square.tif"), stack = Path("stack.tif");
     WriteImage(LabelImage(8, 2), image);
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(directory);
     std::filesystem::create_hard_link(image, hardLink);
     std::filesystem::create_symlink(image, softLink);
@@ -508,8 +461,6 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
 
     const std::string itself = ": is the input image itself; paint the hulls into another file";
     ExpectOneLineErrors({
-        {"analyze '" + fifo + "'", "", Named(fifo) + ": is a FIFO, not a regular file", 1},
-        {"analyze '" + directory + "'", "", Named(directory) + ": is a directory, not a regular file", 1},
         {"analyze --paint '" + image + "' '" + image + "'", "", Named(image) + itself, 1},
         {"analyze --paint '" + hardLink + "' '" + image + "'", "", Named(hardLink) + itself, 1},
         {"analyze --paint '" + softLink + "' '" + image + "'", "", Named(softLink) + itself, 1},
@@ -525,12 +476,8 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
          1},
     });
     EXPECT_EQ(Slurp(image), before);
-
-    const ToolRun run = Vorn("analyze '" + square + "'");
-    EXPECT_EQ(run.code, 1);
-    EXPECT_EQ(run.err.rfind("vorn: " + Named(square) + ": page 1 cannot be read: the file is truncated or corrupt", 0), 0u)
-        << run.err;
-    EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
+    ExpectErrorStart(Vorn("analyze '" + square + "'"), 1,
+                     Named(square) + ": page 1 cannot be read: the file is truncated or corrupt");
 }
 
 TEST_F(VornCli, PaintReplacesItsFileOnlyWhenComplete)
@@ -542,12 +489,8 @@ TEST_F(VornCli, PaintReplacesItsFileOnlyWhenComplete)
     // A file size limit of 2 blocks (of 512 or 1024 bytes) cuts the writing
     // short: with SIGXFSZ ignored the write fails, otherwise the signal ends
     // the tool. Either way the previous file stays and no temporary is left.
-    const ToolRun failed = Vorn(command, "", "trap '' XFSZ; ulimit -f 2; ");
-    EXPECT_EQ(failed.code, 1);
-    EXPECT_EQ(failed.err.rfind("vorn: " + Named(painted) + ": cannot be written", 0), 0u) << failed.err;
-    EXPECT_EQ(failed.err.find('\n'), failed.err.size() - 1) << failed.err;
-    const ToolRun killed = Vorn(command, "", "ulimit -f 2; ");
-    EXPECT_EQ(killed.code, 128 + SIGXFSZ);
+    ExpectErrorStart(Vorn(command, "", "trap '' XFSZ; ulimit -f 2; "), 1, Named(painted) + ": cannot be written");
+    EXPECT_EQ(Vorn(command, "", "ulimit -f 2; ").code, 128 + SIGXFSZ);
     EXPECT_EQ(Slurp(painted), "previous");
     for (const auto& entry : std::filesystem::directory_iterator(m_dir))
         EXPECT_NE(entry.path().filename().string().rfind(".vorn-", 0), 0u) << entry.path();
@@ -569,27 +512,16 @@ TEST_F(VornCli, TiffNeedsLibtiff)
 
 TEST(VornMemorySize, WholeBytesOrPowersOf1024)
 {
-    const std::pair<std::string, std::uint64_t> sizes[] = {
-        {"1073741824", 1073741824}, {"512M", 536870912}, {"2G", 2147483648}, {"3k", 3072}, {"1T", 1099511627776}};
-    for (const auto& [text, bytes] : sizes)
-    {
-        std::uint64_t parsed = 0;
-        EXPECT_TRUE(vorn::ParseMemorySize(text, parsed)) << text;
-        EXPECT_EQ(parsed, bytes) << text;
-    }
-    // 2^64 bytes, and 2^24 TiB = 2^64 bytes, do not fit.
-    for (const std::string text : {"", "0", "0G", "G", "1.5G", "2 G", "2GB", "-1", "18446744073709551616", "16777216T"})
+    // Sizes, and the bytes they give; 0 for a refusal, which leaves the result
+    // as it was. 2^64 bytes, and 2^24 TiB = 2^64 bytes, do not fit.
+    const std::pair<std::string, std::uint64_t> cases[] = {
+        {"1073741824", 1073741824}, {"512M", 536870912}, {"2G", 2147483648}, {"3k", 3072}, {"1T", 1099511627776},
+        {"", 0}, {"0", 0}, {"0G", 0}, {"G", 0}, {"1.5G", 0}, {"2 G", 0}, {"2GB", 0}, {"-1", 0},
+        {"18446744073709551616", 0}, {"16777216T", 0}};
+    for (const auto& [text, bytes] : cases)
     {
         std::uint64_t parsed = 7;
-        EXPECT_FALSE(vorn::ParseMemorySize(text, parsed)) << text;
-        EXPECT_EQ(parsed, 7u) << text;
+        EXPECT_EQ(std::make_pair(vorn::ParseMemorySize(text, parsed), parsed), std::make_pair(bytes != 0, bytes ? bytes : 7))
+            << text;
     }
-}
-
-TEST_F(VornCli, HelpGoesToStandardOutput)
-{
-    const ToolRun run = Vorn("--help");
-    EXPECT_EQ(run.code, 0);
-    EXPECT_EQ(run.out.rfind("usage: vorn analyze", 0), 0u);
-    EXPECT_EQ(run.err, "");
 }

@@ -9,12 +9,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
-
 
 namespace vorntest
 {
@@ -33,31 +31,26 @@ struct RawPage
     std::size_t RowBytes() const { return (std::size_t{width} * samples * bits + 7) / 8; }
 };
 
-// A single-channel page whose pixel (x, y) is value(x, y), in the width of T.
-template <class T>
-RawPage MakePage(std::uint32_t width, std::uint32_t height, const std::function<std::uint64_t(int, int)>& value)
+// A single-channel page of 8-, 16- or 32-bit pixels whose pixel (x, y) is
+// value(x, y), cut to the pixel's width.
+inline RawPage MakePage(int bits, std::uint32_t width, std::uint32_t height,
+                        const std::function<std::uint64_t(int, int)>& value)
 {
     RawPage page;
     page.width = width;
     page.height = height;
-    page.bits = 8 * sizeof(T);
-    page.bytes.resize(std::size_t{width} * height * sizeof(T));
-    for (std::uint32_t y = 0; y < height; ++y)
-        for (std::uint32_t x = 0; x < width; ++x)
-        {
-            const T v = static_cast<T>(value(int(x), int(y)));
-            std::memcpy(page.bytes.data() + (std::size_t{y} * width + x) * sizeof(T), &v, sizeof v);
-        }
+    page.bits = std::uint16_t(bits);
+    const std::size_t size = bits / 8;
+    page.bytes.resize(std::size_t{width} * height * size);
+    for (std::size_t i = 0; i < std::size_t{width} * height; ++i)
+    {
+        const std::uint64_t v = value(int(i % width), int(i / width));
+        const std::uint8_t v8 = std::uint8_t(v);
+        const std::uint16_t v16 = std::uint16_t(v);
+        const std::uint32_t v32 = std::uint32_t(v);
+        std::memcpy(&page.bytes[i * size], size == 1 ? (const void*)&v8 : size == 2 ? (const void*)&v16 : &v32, size);
+    }
     return page;
-}
-
-// The same with the pixel width given in bits: 8, 16 or 32.
-inline RawPage MakePage(int bits, std::uint32_t width, std::uint32_t height,
-                        const std::function<std::uint64_t(int, int)>& value)
-{
-    return bits == 8    ? MakePage<std::uint8_t>(width, height, value)
-           : bits == 16 ? MakePage<std::uint16_t>(width, height, value)
-                        : MakePage<std::uint32_t>(width, height, value);
 }
 
 inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pages)
@@ -68,39 +61,37 @@ inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pa
     bool ok = true;
     for (const RawPage& page : pages)
     {
-        TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, page.width);
-        TIFFSetField(tif, TIFFTAG_IMAGELENGTH, page.height);
-        TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, page.bits);
-        TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, page.samples);
-        TIFFSetField(tif, TIFFTAG_SAMPLEFORMAT, page.format);
-        TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, page.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
-        TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-        TIFFSetField(tif, TIFFTAG_COMPRESSION, page.compression);
-        const std::size_t rowBytes = page.RowBytes();
-        if (page.tile)
+        // libtiff takes the 16-bit fields as int, which a 32-bit value passes as.
+        const std::uint32_t fields[][2] = {
+            {TIFFTAG_IMAGEWIDTH, page.width}, {TIFFTAG_IMAGELENGTH, page.height}, {TIFFTAG_BITSPERSAMPLE, page.bits},
+            {TIFFTAG_SAMPLESPERPIXEL, page.samples}, {TIFFTAG_SAMPLEFORMAT, page.format},
+            {TIFFTAG_PHOTOMETRIC, std::uint32_t(page.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK)},
+            {TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG}, {TIFFTAG_COMPRESSION, page.compression},
+            // Tiles, or strips (the tag set twice).
+            {std::uint32_t(page.tile ? TIFFTAG_TILEWIDTH : TIFFTAG_ROWSPERSTRIP), page.tile ? page.tile : page.rowsPerStrip},
+            {std::uint32_t(page.tile ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP), page.tile ? page.tile : page.rowsPerStrip}};
+        for (const auto& field : fields)
+            TIFFSetField(tif, field[0], field[1]);
+        const std::size_t rowBytes = page.RowBytes(), pixel = page.bits / 8, edge = page.tile;
+        if (edge)
         {
-            TIFFSetField(tif, TIFFTAG_TILEWIDTH, page.tile);
-            TIFFSetField(tif, TIFFTAG_TILELENGTH, page.tile);
-            const std::size_t pixelBytes = page.bits / 8;
-            std::vector<std::uint8_t> tile(std::size_t{page.tile} * page.tile * pixelBytes);
+            std::vector<std::uint8_t> tile(edge * edge * pixel);
             for (std::uint32_t y0 = 0; y0 < page.height; y0 += page.tile)
                 for (std::uint32_t x0 = 0; x0 < page.width; x0 += page.tile)
                 {
                     std::fill(tile.begin(), tile.end(), 0);
-                    for (std::uint32_t r = 0; r < page.tile && y0 + r < page.height; ++r)
-                        for (std::uint32_t c = 0; c < page.tile && x0 + c < page.width; ++c)
-                            std::memcpy(tile.data() + (std::size_t{r} * page.tile + c) * pixelBytes,
-                                        page.bytes.data() + (y0 + r) * rowBytes + (x0 + c) * pixelBytes, pixelBytes);
+                    for (std::uint32_t r = 0; r < edge && y0 + r < page.height; ++r)
+                        std::memcpy(&tile[r * edge * pixel], &page.bytes[(y0 + r) * rowBytes + x0 * pixel],
+                                    std::min<std::size_t>(edge, page.width - x0) * pixel);
                     ok = ok && TIFFWriteTile(tif, tile.data(), x0, y0, 0, 0) >= 0;
                 }
         }
         else
         {
-            TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, page.rowsPerStrip);
             std::vector<std::uint8_t> row(rowBytes);
             for (std::uint32_t y = 0; y < page.height; ++y)
             {
-                std::memcpy(row.data(), page.bytes.data() + y * rowBytes, rowBytes);
+                std::memcpy(row.data(), &page.bytes[y * rowBytes], rowBytes);
                 ok = ok && TIFFWriteScanline(tif, row.data(), y, 0) >= 0;
             }
         }
@@ -127,12 +118,13 @@ inline std::vector<RawPage> ReadRawTiff(const std::string& path)
         TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLEFORMAT, &page.format);
         page.bytes.resize(page.RowBytes() * page.height);
         for (std::uint32_t y = 0; y < page.height; ++y)
-            TIFFReadScanline(tif, page.bytes.data() + y * page.RowBytes(), y, 0);
+            TIFFReadScanline(tif, &page.bytes[y * page.RowBytes()], y, 0);
         pages.push_back(std::move(page));
     } while (TIFFReadDirectory(tif));
     TIFFClose(tif);
     return pages;
 }
+
 // A page of a hand-made file, for what no well-behaved writer produces:
 // declared sizes that the data cannot fill, data shared between pages.
 struct HandPage
@@ -168,15 +160,9 @@ inline std::string HandMadeTiff(const std::vector<HandPage>& pages, const std::s
     {
         const std::uint32_t strips = std::uint32_t(page.strips.size());
         std::vector<std::array<std::uint32_t, 3>> entries = {// tag, type (3 short, 4 long), value
-                                                             {256, 4, page.width},
-                                                             {257, 4, page.height},
-                                                             {258, 3, page.bits},
-                                                             {259, 3, page.compression},
-                                                             {262, 3, PHOTOMETRIC_MINISBLACK},
-                                                             {273, 4, page.strips[0].first},
-                                                             {277, 3, 1},
-                                                             {278, 4, page.rowsPerStrip},
-                                                             {279, 4, page.strips[0].second}};
+            {256, 4, page.width}, {257, 4, page.height}, {258, 3, page.bits}, {259, 3, page.compression},
+            {262, 3, PHOTOMETRIC_MINISBLACK}, {273, 4, page.strips[0].first}, {277, 3, 1},
+            {278, 4, page.rowsPerStrip}, {279, 4, page.strips[0].second}};
         if (!page.rowsPerStrip)
             entries.erase(entries.begin() + 7);
         const std::size_t directory = file.size(), lists = directory + 2 + 12 * entries.size() + 4;

@@ -1,0 +1,47 @@
+#pragma once
+
+// What the vorn tool's tests share: a fresh directory per test, and the
+// message and exit code of the tool's errors.
+
+#include "ToolError.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+namespace vorntest
+{
+class VornFilesTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/vorn-test-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        m_dir = pattern;
+    }
+    void TearDown() override { std::filesystem::remove_all(m_dir); }
+
+    std::string Path(const std::string& name) const { return m_dir + "/" + name; }
+
+    std::string m_dir;
+};
+
+// The message and exit code of the CToolError that the call throws.
+template <class Call>
+std::pair<std::string, int> ToolErrorOf(Call&& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const vorn::CToolError& error)
+    {
+        return {error.what(), error.ExitCode()};
+    }
+    return {"no error", 0};
+}
+} // namespace vorntest
