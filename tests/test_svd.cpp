@@ -2,6 +2,7 @@
 #include "Matrices.h"
 #include "Numeric/helpers/nrSVD.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <new>
@@ -21,16 +22,8 @@ bool failNothrowArrayNew = false;
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
 {
-    if (failNothrowArrayNew)
-        return nullptr;
-    try
-    {
-        return ::operator new[](size);
-    }
-    catch (...)
-    {
-        return nullptr;
-    }
+    try { return failNothrowArrayNew ? nullptr : ::operator new[](size); }
+    catch (...) { return nullptr; }
 }
 
 namespace
@@ -42,8 +35,7 @@ CMatrix<double> Random(std::size_t rows, std::size_t cols, unsigned seed)
     std::mt19937 engine(seed);
     std::uniform_real_distribution<double> value(-1.0, 1.0);
     CMatrix<double> m(rows, cols);
-    for (std::size_t i = 0; i < rows * cols; ++i)
-        m.Data()[i] = value(engine);
+    std::generate(m.Data(), m.Data() + rows * cols, [&] { return value(engine); });
     return m;
 }
 
@@ -100,8 +92,12 @@ TEST(Svd, DecomposesSquareTallWideAndRankDeficientMatrices)
 {
     // Rank 2: the third row is the sum of the first two, the fourth is zero.
     const CMatrix<double> deficient = FromRows({{1, 2, 3, 4}, {-2, 0.5, 1, 0}, {-1, 2.5, 4, 4}, {0, 0, 0, 0}});
-    for (const CMatrix<double>& A :
-         {Random(4, 4, 1), Random(7, 3, 2), Random(1, 3, 3), Random(3, 6, 4), deficient, Random(40, 35, 5)})
+    // With the facet shapes d - 1 by d, which the hull's lean worker shares.
+    std::vector<CMatrix<double>> inputs = {Random(4, 4, 1), Random(7, 3, 2), Random(1, 3, 3),
+                                           Random(3, 6, 4), deficient,       Random(40, 35, 5)};
+    for (std::size_t d = 2; d <= 9; ++d)
+        inputs.push_back(Random(d - 1, d, unsigned(d)));
+    for (const CMatrix<double>& A : inputs)
         for (bool sort : {false, true})
         {
             SCOPED_TRACE(testing::Message() << A.Rows() << "x" << A.Cols() << " sort=" << sort);
