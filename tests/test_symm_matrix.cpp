@@ -1,5 +1,6 @@
 #include "ExpectThrow.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <sstream>
@@ -27,6 +28,9 @@ Values Elements(const CSymmMatrix<double>& m)
     return out;
 }
 
+// A square matrix from its elements.
+CSymmMatrix<double> Square(const Values& values) { return CSymmMatrix<double>(values, int64(std::sqrt(values.size()))); }
+
 // A v_k = lambda_k v_k with orthonormal columns. The residual tolerance is
 // relative to the largest element and loose on purpose: for large positive
 // theta the positive root t = sqrt(theta^2 + 1) - theta loses digits to
@@ -34,37 +38,32 @@ Values Elements(const CSymmMatrix<double>& m)
 // few 1e-8 of the matrix scale (1e-14 with the smaller root).
 void ExpectEigenDecomposition(const CSymmMatrix<double>& a, const CSymmMatrix<double>& v, const Values& lambda)
 {
-    const std::size_t n = a.Rows();
     double scale = 0;
     for (double x : Elements(a))
         scale = std::max(scale, std::fabs(x));
-    for (std::size_t k = 0; k < n; ++k)
-        for (std::size_t i = 0; i < n; ++i)
+    for (std::size_t k = 0; k < a.Rows(); ++k)
+        for (std::size_t i = 0; i < a.Rows(); ++i)
         {
             double av = 0, dot = 0;
-            for (std::size_t j = 0; j < n; ++j)
-            {
-                av += a(i, j) * v(j, k);
-                dot += v(j, k) * v(j, i);
-            }
+            for (std::size_t j = 0; j < a.Rows(); ++j)
+                av += a(i, j) * v(j, k), dot += v(j, k) * v(j, i);
             EXPECT_NEAR(av, lambda[k] * v(i, k), 1e-7 * scale) << "column " << k << " row " << i;
             EXPECT_NEAR(dot, k == i ? 1.0 : 0.0, 1e-13) << k << " " << i;
         }
 }
 } // namespace
 
-TEST(SymmMatrix, ConstructionAndLenientAccess)
+// Only the linear index is checked: (0, 2) is (1, 0). A negative dimension
+// squares to a positive storage size and has no diagonal.
+TEST(SymmMatrix, ConstructionAccessAndReshape)
 {
     EXPECT_EQ(Elements(CSymmMatrix<double>(3)), (Values{1, 0, 0, 0, 1, 0, 0, 0, 1}));
     CSymmMatrix<double> m({1, 2, 3, 4}, 2);
-    EXPECT_EQ(m(0, 2), 3.0); // only the linear index is checked: (0, 2) is (1, 0)
     m(0, 3) = 9;
-    EXPECT_EQ(m(1, 1), 9.0);
+    EXPECT_TRUE(m(0, 2) == 3.0 && m(1, 1) == 9.0);
     ExpectBadSubscript([&] { (void)m(2, 0); });
     ExpectBadSubscript([&] { m(1, 2) = 0; });
     ExpectBadSubscript([&] { (void)static_cast<const CSymmMatrix<double>&>(m)(0, 4); });
-    // A negative dimension squares to a positive storage size and has no
-    // diagonal: n = -2 holds four zeros, or the four values given.
     const CSymmMatrix<double> negative(-2);
     EXPECT_EQ(negative.Rows(), static_cast<std::size_t>(-2));
     EXPECT_EQ((Values{negative(0, 0), negative(0, 1), negative(0, 2), negative(0, 3)}), (Values{0, 0, 0, 0}));
@@ -75,20 +74,13 @@ TEST(SymmMatrix, ConstructionAndLenientAccess)
              {{1, 2, 3}, 2}, {{1, 2, 3, 4}, 3}, {{}, 1}, {{1, 2, 3}, -2}, {{}, int64(1) << 32}})
         ExpectThrowAt([&, v = values, d = n] { CSymmMatrix<double> bad(v, d); }, "invalid parameter vector",
                       "TOLX::CSymmMatrix<double>::CSymmMatrix", kFile, 104);
-}
-
-TEST(SymmMatrix, AssignmentAndReshapeKeepStoragePositions)
-{
-    CSymmMatrix<double> m(3);
+    // Reshaping keeps storage positions; from another matrix type the
+    // interface's rule applies: rows differ, so the target is reshaped first.
     m = CSymmMatrix<double>({1, 2, 3, 4}, 2);
-    EXPECT_EQ(Elements(m), (Values{1, 2, 3, 4}));
     m.Reshape(3, 3);
     EXPECT_EQ(Elements(m), (Values{1, 2, 3, 4, 0, 0, 0, 0, 0}));
     ExpectThrowAt([&] { m.Reshape(2, 3); }, "Symmetric matrix must have an equal number of rows and columns.",
                   "TOLX::CSymmMatrix<double>::Reshape", kFile, 485);
-    EXPECT_EQ(m.Rows(), 3u);
-    // From another matrix type the interface's rule applies: rows differ, so
-    // the target is reshaped first.
     TOLX::CMatrix<double> dense(2, 2);
     dense(0, 1) = 5;
     m = static_cast<const TOLX::IMatrix<double>&>(dense);
@@ -102,7 +94,6 @@ TEST(SymmMatrix, ColumnLengths)
     EXPECT_DOUBLE_EQ(m.GetColumnLength(1), std::sqrt(5.0));
     EXPECT_EQ(CSymmMatrix<double>(0).GetColumnLength(0), 0.0);
     m.ScaleColumns({2, -1});
-    EXPECT_EQ(Elements(m), (Values{6, -1, 8, -2}));
     ExpectBadSubscript([&] { m.ScaleColumns({1}); });
     EXPECT_EQ(Elements(m), (Values{6, -1, 8, -2}));
     m.SetColumnLength({1, 0.5});
@@ -117,26 +108,23 @@ TEST(SymmMatrix, ColumnLengths)
     EXPECT_TRUE(std::isnan(zero(0, 0)));
 }
 
-// Symmetric within one absolute epsilon, not scaled by the magnitude.
-TEST(SymmMatrix, SymmetryToleranceAndLargestOffDiagonal)
+// Symmetric within one absolute epsilon, not scaled by the magnitude. The
+// largest off-diagonal element: ties keep the first position in row-major
+// order, both triangles count, and nothing above zero leaves the position.
+TEST(SymmMatrix, SymmetryToleranceLargestOffDiagonalAndPrint)
 {
-    const std::pair<Values, bool> symmetric[] = {{{}, true}, {{1, 1, 1 + kEps, 1}, true},
-                                                 {{1, 1, 1 + 2 * kEps, 1}, false},
-                                                 {{0, 1e6, std::nextafter(1e6, 2e6), 0}, false},
-                                                 {{0, 0, 5, 0, 0, 0, 5 + 1e-15, 0, 0}, false}};
+    const std::pair<Values, bool> symmetric[] = {
+        {{}, true}, {{1, 1, 1 + kEps, 1}, true}, {{1, 1, 1 + 2 * kEps, 1}, false},
+        {{0, 1e6, std::nextafter(1e6, 2e6), 0}, false}, {{0, 0, 5, 0, 0, 0, 5 + 1e-15, 0, 0}, false}};
     for (const auto& [values, expected] : symmetric)
-        EXPECT_EQ(CSymmMatrix<double>(values, int64(std::sqrt(values.size()))).IsSymmetric(), expected)
-            << values.size();
-    // Ties keep the first position in row-major order; both triangles count;
-    // nothing above zero leaves the position alone.
-    const std::tuple<Values, double, int64, int64> largest[] = {
-        {{9, 0, 0, 9}, 0.0, -7, -8},
-        {{100, 0, -3, 0, 100, 3, -3, 3, 100}, 3.0, 0, 2},
-        {{0, 1, 0, -4, 0, 2, 0, 2, 0}, 4.0, 1, 0}};
+        EXPECT_EQ(Square(values).IsSymmetric(), expected) << values.size();
+    const std::tuple<Values, double, int64, int64> largest[] = {{{9, 0, 0, 9}, 0.0, -7, -8},
+                                                               {{100, 0, -3, 0, 100, 3, -3, 3, 100}, 3.0, 0, 2},
+                                                               {{0, 1, 0, -4, 0, 2, 0, 2, 0}, 4.0, 1, 0}};
     for (const auto& [values, value, row, col] : largest)
     {
         int64 p = -7, q = -8;
-        EXPECT_EQ(CSymmMatrix<double>(values, int64(std::sqrt(values.size()))).FindMaxOffDiagonal(p, q), value);
+        EXPECT_EQ(Square(values).FindMaxOffDiagonal(p, q), value);
         EXPECT_EQ(std::pair(p, q), std::pair(row, col));
     }
     std::ostringstream os;
@@ -144,60 +132,40 @@ TEST(SymmMatrix, SymmetryToleranceAndLargestOffDiagonal)
     EXPECT_EQ(os.str(), "1.5 -2 \n1e-07 1.23457e+08 \n");
 }
 
-TEST(SymmMatrix, JacobiOnSmallMatrices)
+// Exact results: theta = 0 gives c = s = 1/sqrt(2) in one rotation. |theta|
+// = 5e154 and 1.5e155: theta^2 overflows, t is infinite, c = 0 and s = inf *
+// 0 is NaN, so the diagonal becomes (-inf, +inf) and every eigenvector
+// element NaN. theta = -1e154: t = 2e154 but t^2 overflows, so c = s = 0:
+// the diagonal swaps and the eigenvectors are zero. A diagonal input gives
+// identity vectors and writes only the first n values.
+TEST(SymmMatrix, JacobiExactResults)
 {
-    // theta = 0, t = 1, c = s = 1/sqrt(2): one rotation; the input stays.
-    const CSymmMatrix<double> a({2, 1, 1, 2}, 2);
-    CSymmMatrix<double> v(5);
-    Values lambda(2, -1);
-    a.SolveEigenProblem(v, lambda, kEps);
-    const double c = 1 / std::sqrt(2.0);
-    EXPECT_EQ(lambda, (Values{1, 3}));
-    EXPECT_EQ(Elements(v), (Values{c, c, -c, c}));
-    EXPECT_EQ(Elements(a), (Values{2, 1, 1, 2}));
-    // theta = (1 - 3) / 2 = -1: the positive root t = 1 + sqrt(2) moves the
-    // smaller eigenvalue to position 0 (the smaller root would not).
-    const CSymmMatrix<double> b({3, 1, 1, 1}, 2);
-    b.SolveEigenProblem(v, lambda, kEps);
-    EXPECT_NEAR(lambda[0], 2 - std::sqrt(2.0), 1e-15);
-    EXPECT_NEAR(lambda[1], 2 + std::sqrt(2.0), 1e-15);
-    ExpectEigenDecomposition(b, v, lambda);
-    // A diagonal input: identity vectors, values written over the first n.
-    lambda.assign(4, 7);
-    CSymmMatrix<double>({3, 0, 0, 0, -1, 0, 0, 0, 2}, 3).SolveEigenProblem(v, lambda, kEps);
-    EXPECT_EQ(Elements(v), Elements(CSymmMatrix<double>(3)));
-    EXPECT_EQ(lambda, (Values{3, -1, 2, 7}));
-    Values tooShort(1);
+    const double c = 1 / std::sqrt(2.0), theta = (-1e139 - 1e139) / (2 * 1e-15);
+    const double t = std::sqrt(theta * theta + 1) - theta, nan = std::nan("");
+    const std::tuple<Values, Values, Values> cases[] = {
+        {{2, 1, 1, 2}, {1, 3}, {c, c, -c, c}},
+        {{1e140, 1e-15, 1e-15, 0}, {-kInf, kInf}, {nan, nan, nan, nan}},
+        {{0, 1e-11, 1e-11, 3e144}, {-kInf, kInf}, {nan, nan, nan, nan}},
+        {{1e139, 1e-15, 1e-15, -1e139}, {1e139 - t * 1e-15, -1e139 + t * 1e-15}, {0, 0, 0, 0}},
+        {{3, 0, 0, 0, -1, 0, 0, 0, 2}, {3, -1, 2, 7}, {1, 0, 0, 0, 1, 0, 0, 0, 1}},
+    };
+    for (const auto& [elements, values, vectors] : cases)
+    {
+        const CSymmMatrix<double> a = Square(elements);
+        CSymmMatrix<double> v(5);
+        Values lambda(values.size(), 7);
+        a.SolveEigenProblem(v, lambda, kEps);
+        EXPECT_EQ(lambda, values);
+        const Values e = Elements(v);
+        EXPECT_TRUE(std::equal(e.begin(), e.end(), vectors.begin(), vectors.end(),
+                               [](double x, double y) { return x == y || (std::isnan(x) && std::isnan(y)); }));
+        EXPECT_EQ(Elements(a), elements);
+    }
+    Values tooShort(1), none;
+    CSymmMatrix<double> v(2);
     ExpectBadSubscript([&] { CSymmMatrix<double>(3).SolveEigenProblem(v, tooShort, kEps); });
-    Values none;
     CSymmMatrix<double>(0).SolveEigenProblem(v, none, kEps);
     EXPECT_EQ(v.Rows(), 0u);
-}
-
-TEST(SymmMatrix, JacobiRotationsBeyondTheSquaresRange)
-{
-    // |theta| = 5e154 and 1.5e155: theta^2 overflows, t = sqrt(inf) - theta
-    // is infinite, c = 1 / inf = 0 and s = inf * 0 is NaN. The diagonal
-    // becomes a -+ t a_pq = (-inf, +inf) and every eigenvector element NaN.
-    // theta = -1e154: theta^2 is finite, t = 2e154, but t^2 overflows, so
-    // c = 0 and s = t c = 0: the diagonal swaps to (-1e139, 1e139) and the
-    // eigenvectors are zero. Each time the pivot is zeroed and the loop ends.
-    const double theta = (-1e139 - 1e139) / (2 * 1e-15);
-    const double t = std::sqrt(theta * theta + 1) - theta;
-    const std::tuple<Values, Values, bool> cases[] = {
-        {{1e140, 1e-15, 1e-15, 0}, {-kInf, kInf}, true},
-        {{0, 1e-11, 1e-11, 3e144}, {-kInf, kInf}, true},
-        {{1e139, 1e-15, 1e-15, -1e139}, {1e139 - t * 1e-15, -1e139 + t * 1e-15}, false},
-    };
-    for (const auto& [elements, expected, vectorsNaN] : cases)
-    {
-        CSymmMatrix<double> v(2);
-        Values lambda(2);
-        CSymmMatrix<double>(elements, 2).SolveEigenProblem(v, lambda, kEps);
-        EXPECT_EQ(lambda, expected);
-        for (double x : Elements(v))
-            EXPECT_TRUE(vectorsNaN ? std::isnan(x) : x == 0.0) << x;
-    }
 }
 
 TEST(SymmMatrix, JacobiRejectsNonSymmetricAfterPrinting)
@@ -208,56 +176,57 @@ TEST(SymmMatrix, JacobiRejectsNonSymmetricAfterPrinting)
     ExpectThrowAt([&] { CSymmMatrix<double>({1, 1, 1 + 1e-15, 1}, 2).SolveEigenProblem(v, lambda, kEps); },
                   "Matrix is not symmetric", "TOLX::CSymmMatrix<double>::SolveEigenProblem", kFile, 250);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Print Matrix:\n1 1 \n1 1 \n\n");
-    EXPECT_EQ(Elements(v), (Values{4, 4, 4, 4}));
-    EXPECT_EQ(lambda, (Values{8, 8}));
+    EXPECT_TRUE(Elements(v) == (Values{4, 4, 4, 4}) && lambda == (Values{8, 8}));
 }
 
+// theta = (1 - 3) / 2 = -1 for the first: the positive root t = 1 + sqrt(2)
+// moves the smaller eigenvalue to position 0 (the smaller root would not).
 TEST(SymmMatrix, JacobiDecomposesGeneralSymmetricMatrices)
 {
+    const CSymmMatrix<double> first({3, 1, 1, 1}, 2);
+    CSymmMatrix<double> v(0);
+    Values lambda(2);
+    first.SolveEigenProblem(v, lambda, kEps);
+    EXPECT_NEAR(lambda[0], 2 - std::sqrt(2.0), 1e-15);
+    EXPECT_NEAR(lambda[1], 2 + std::sqrt(2.0), 1e-15);
+    ExpectEigenDecomposition(first, v, lambda);
     unsigned state = 12345;
-    for (int64 n = 2; n <= 6; ++n)
+    for (std::size_t n = 2; n <= 6; ++n)
         for (int trial = 0; trial < 20; ++trial)
         {
-            const auto dim = static_cast<std::size_t>(n);
-            Values values(dim * dim);
+            Values values(n * n);
             double trace = 0, sum = 0;
-            for (std::size_t i = 0; i < dim; ++i)
-                for (std::size_t j = i; j < dim; ++j)
-                {
-                    state = state * 1103515245u + 12345u;
-                    values[i * dim + j] = values[j * dim + i] = double((state >> 8) % 20001) / 1000.0 - 10.0;
-                    trace += i == j ? values[i * dim + i] : 0;
-                }
-            const CSymmMatrix<double> a(values, n);
-            CSymmMatrix<double> v(0);
-            Values lambda(dim);
-            a.SolveEigenProblem(v, lambda, kEps);
-            ExpectEigenDecomposition(a, v, lambda);
+            for (std::size_t k = 0; k < n * n; ++k)
+            {
+                state = state * 1103515245u + 12345u;
+                values[k] = k % n >= k / n ? double((state >> 8) % 20001) / 1000.0 - 10.0 : values[k % n * n + k / n];
+                trace += k % n == k / n ? values[k] : 0;
+            }
+            lambda.resize(n);
+            Square(values).SolveEigenProblem(v, lambda, kEps);
+            ExpectEigenDecomposition(Square(values), v, lambda);
             for (double l : lambda)
                 sum += l;
-            EXPECT_NEAR(sum, trace, 1e-12 * static_cast<double>(n));
+            EXPECT_NEAR(sum, trace, 1e-12 * double(n));
         }
 }
 
 // Inputs on which rotating until no element exceeds eps would never end.
+// Huge equal diagonals absorb every rotation: with eps = 0 the last
+// subnormal off-diagonal element survives forever. A negative eps keeps the
+// loop going after every element is zero: the pivot stays at (0, 0), which
+// doubles until it overflows and turns NaN; rows and columns 1 and 2 are
+// never touched.
 TEST(SymmMatrix, JacobiTerminatesOnInputsThatNeverConverge)
 {
     CSymmMatrix<double> v(3);
     Values lambda(3);
-    // Huge equal diagonals absorb every rotation; with eps = 0 the last
-    // subnormal off-diagonal element survives forever.
-    const CSymmMatrix<double> huge({1e300, 1.33, 6.74, 1.33, 1e300, 8.78, 6.74, 8.78, 1e300}, 3);
     for (const double eps : {0.0, kEps})
     {
-        huge.SolveEigenProblem(v, lambda, eps);
+        CSymmMatrix<double>({1e300, 1.33, 6.74, 1.33, 1e300, 8.78, 6.74, 8.78, 1e300}, 3).SolveEigenProblem(v, lambda, eps);
         EXPECT_EQ(lambda, (Values{1e300, 1e300, 1e300})) << eps;
     }
     ExpectEigenDecomposition(CSymmMatrix<double>(3), v, {1, 1, 1});
-    // A negative eps keeps the loop going after every element is zero: the
-    // pivot stays at (0, 0), which doubles until it overflows and turns NaN;
-    // rows and columns 1 and 2 are never touched.
     CSymmMatrix<double>({2, 0, 0, 0, 3, 0, 0, 0, 4}, 3).SolveEigenProblem(v, lambda, -1.0);
-    EXPECT_TRUE(std::isnan(lambda[0]));
-    EXPECT_EQ(lambda[1], 3.0);
-    EXPECT_EQ(lambda[2], 4.0);
+    EXPECT_TRUE(std::isnan(lambda[0]) && lambda[1] == 3.0 && lambda[2] == 4.0);
 }
