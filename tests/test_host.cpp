@@ -56,6 +56,9 @@ TEST(HostValues, MapsKeepInsertionOrderOwnAndCopyDeeply)
     CValueMap copy(map);
     std::unique_ptr<CValue> clone(map.Clone());
     EXPECT_TRUE(copy.Equal(map) && clone->Equal(map) && clone->Type() == VALUE_MAP);
+    copy.SetEntry("extra", new CValueLong(6));
+    EXPECT_FALSE(copy.Equal(map) || map.Equal(copy));
+    copy = map;
     copy.SetEntry("a", new CValueLong(6));
     EXPECT_FALSE(copy.Equal(map));
     EXPECT_EQ(map.Entry("a")->Long(), 5);
