@@ -6,7 +6,6 @@
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <string>
 #include <tuple>
 
 using TOLX::CTriple;

@@ -5,7 +5,6 @@
 #include <limits>
 #include <sstream>
 #include <stdexcept>
-#include <string>
 #include <tuple>
 #include <vector>
 

@@ -17,7 +17,6 @@
 #include <cstring>
 #include <iostream>
 #include <sstream>
-#include <string>
 #include <vector>
 
 using namespace TOLX;
