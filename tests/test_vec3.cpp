@@ -162,8 +162,10 @@ TEST(Matrix3, SingularBoundaryIsAsymmetric)
 {
     const double smallest = std::numeric_limits<double>::min();
     const auto diagonal = [](double x) { return CMatrix3(CVec3(x, 0, 0), CVec3::E_y(), CVec3::E_z()); };
-    for (const double x : {0.0, smallest})
-        ExpectStdThrow<std::runtime_error>([&] { diagonal(x).InverseMatrix(); },
+    // Members (2^53, -1, 2^53), (1, 1, 0), (1, 0, 1): the determinant is
+    // 1 + 2^53 - 2^53 summed from the left, where 1 + 2^53 rounds to 2^53.
+    for (const CMatrix3& singular : {diagonal(0.0), diagonal(smallest), CMatrix3(0x1p53, -1, 0x1p53, 1, 1, 0, 1, 0, 1)})
+        ExpectStdThrow<std::runtime_error>([&] { singular.InverseMatrix(); },
                                            " EE Call of InverseMatrix() on singular matrix!");
     EXPECT_TRUE(!diagonal(0).IsInvertible() && diagonal(smallest).IsInvertible());
     EXPECT_FALSE(diagonal(smallest / 2).IsInvertible());
