@@ -1,4 +1,5 @@
 #include "ExpectThrow.h"
+#include "Matrices.h"
 
 #include <cmath>
 #include <functional>
@@ -7,22 +8,13 @@
 
 using TOLX::CMatrix;
 using TOLX::IMatrix;
+using testsupport::Mat;
 
 namespace
 {
-template <class T>
-CMatrix<T> Make(std::size_t rows, std::size_t cols, std::initializer_list<T> values)
-{
-    CMatrix<T> m(rows, cols);
-    auto it = values.begin();
-    for (std::size_t i = 0; i < rows; ++i)
-        for (std::size_t j = 0; j < cols; ++j)
-            m(i, j) = *it++;
-    return m;
-}
-
 const char* kMatrixFile = "src/Numeric/Matrix.cpp";
 const char* kInterfaceFile = "src/Numeric/MatrixInterface.cpp";
+const char* kAccess = "TOLX::CMatrix<double>::operator ()";
 } // namespace
 
 // The two accessors word their bounds messages differently; every shape
@@ -33,10 +25,10 @@ TEST(Matrix, BoundsAndShapeMessages)
     CMatrix<float> f(1, 1), empty, row(1, 3);
     const std::tuple<std::function<void()>, std::string, std::string, const char*, int> cases[] = {
         {[&] { (void)static_cast<const CMatrix<double>&>(m)(2, 0); },
-         "Index exceeds matrix bounds. Tried to access index (2,0) but Matrix size is 2-by-3",
-         "TOLX::CMatrix<double>::operator ()", kMatrixFile, 83},
+         "Index exceeds matrix bounds. Tried to access index (2,0) but Matrix size is 2-by-3", kAccess,
+         kMatrixFile, 83},
         {[&] { m(2, 0) = 1.0; }, "Index exceeds matrix bounds.Tried to access index (2,0) but Matrix size is 2-by-3",
-         "TOLX::CMatrix<double>::operator ()", kMatrixFile, 91},
+         kAccess, kMatrixFile, 91},
         {[&] { f(0, 1) = 1.0f; }, "Index exceeds matrix bounds.Tried to access index (0,1) but Matrix size is 1-by-1",
          "TOLX::CMatrix<float>::operator ()", kMatrixFile, 91},
         {[&] { a += b; }, "Tried to add 2-by-3 and 3-by-2 matrices", "TOLX::IMatrix<double>::operator +=",
@@ -56,118 +48,82 @@ TEST(Matrix, BoundsAndShapeMessages)
     };
     for (const auto& [action, message, function, file, line] : cases)
         ExpectThrowAt(action, message, function, file, line);
-    // A failed check leaves the operand untouched.
-    EXPECT_EQ(a, CMatrix<double>(2, 3));
+    EXPECT_EQ(a, CMatrix<double>(2, 3)); // a failed check leaves the operand untouched
 }
 
-TEST(Matrix, ProductSumsInOrderAndReshapes)
+TEST(Matrix, ProductSumsInOrder)
 {
-    auto a = Make<double>(2, 3, {1, 2, 3, 4, 5, 6});
-    auto b = Make<double>(3, 4, {1, 0, 2, -1, 0, 1, 1, 2, 3, 1, 0, 1});
-    a *= b;
-    // Rows (1,2,3) and (4,5,6) against the columns of b.
-    EXPECT_EQ(a, Make<double>(2, 4, {10, 5, 4, 6, 22, 11, 13, 12}));
-
-    // Summation from k = 0 upward: (1 + 1e16) - 1e16 loses the 1; summing
-    // downward, (-1e16 + 1e16) + 1, would keep it.
-    auto row = Make<double>(1, 3, {1.0, 1e16, -1e16});
-    auto ones = Make<double>(3, 1, {1, 1, 1});
-    EXPECT_EQ((row * ones)(0, 0), 0.0);
-
-    // Squaring in place reads the right operand through the matrix being
-    // written: row 1 sees row 0's new values (7, 10), not (1, 2).
-    auto s = Make<double>(2, 2, {1, 2, 3, 4});
+    auto a = Mat(2, 3, {1, 2, 3, 4, 5, 6});
+    a *= Mat(3, 4, {1, 0, 2, -1, 0, 1, 1, 2, 3, 1, 0, 1});
+    EXPECT_EQ(a, Mat(2, 4, {10, 5, 4, 6, 22, 11, 13, 12}));
+    // Summation from k = 0 upward: (1 + 1e16) - 1e16 loses the 1.
+    EXPECT_EQ((Mat(1, 3, {1.0, 1e16, -1e16}) * Mat(3, 1, {1, 1, 1}))(0, 0), 0.0);
+    // Squaring in place: row 1 reads row 0's new values (7, 10), not (1, 2).
+    auto s = Mat(2, 2, {1, 2, 3, 4});
     s *= s;
-    EXPECT_EQ(s, Make<double>(2, 2, {7, 10, 7 * 3 + 3 * 4, 10 * 3 + 4 * 4}));
+    EXPECT_EQ(s, Mat(2, 2, {7, 10, 7 * 3 + 3 * 4, 10 * 3 + 4 * 4}));
 }
 
+// Through the interface only the source's shape is walked; between two
+// CMatrix objects assignment is a deep copy.
 TEST(Matrix, AssignmentThroughTheInterfaceKeepsItsAsymmetry)
 {
-    auto wide = Make<double>(2, 3, {1, 2, 3, 4, 5, 6});
-    auto square = Make<double>(2, 2, {9, 9, 9, 9});
-    IMatrix<double>& target = square;
-    ExpectThrowAt([&] { target = wide; },
-                  "Index exceeds matrix bounds.Tried to access index (0,2) but Matrix size is 2-by-2",
-                  "TOLX::CMatrix<double>::operator ()", kMatrixFile, 91);
-    EXPECT_EQ(square, Make<double>(2, 2, {1, 2, 9, 9})); // row 0's first two columns were written
-
-    auto narrow = Make<double>(2, 2, {1, 2, 3, 4});
-    auto three = Make<double>(2, 3, {7, 7, 7, 7, 7, 7});
-    static_cast<IMatrix<double>&>(three) = narrow;
-    EXPECT_EQ(three, Make<double>(2, 3, {1, 2, 7, 3, 4, 7}));
-
-    auto tall = Make<double>(3, 2, {1, 2, 3, 4, 5, 6});
-    auto other = Make<double>(2, 3, {0, 0, 0, 0, 0, 0});
-    static_cast<IMatrix<double>&>(other) = tall;
-    EXPECT_EQ(other, tall);
-
-    // Between two CMatrix objects assignment is a deep copy of shape and values.
-    auto copy = Make<double>(1, 1, {5});
+    const auto wide = Mat(2, 3, {1, 2, 3, 4, 5, 6});
+    auto square = Mat(2, 2, {9, 9, 9, 9});
+    ExpectThrowAt([&] { static_cast<IMatrix<double>&>(square) = wide; },
+                  "Index exceeds matrix bounds.Tried to access index (0,2) but Matrix size is 2-by-2", kAccess,
+                  kMatrixFile, 91);
+    EXPECT_EQ(square, Mat(2, 2, {1, 2, 9, 9}));
+    auto three = Mat(2, 3, {7, 7, 7, 7, 7, 7});
+    static_cast<IMatrix<double>&>(three) = Mat(2, 2, {1, 2, 3, 4});
+    EXPECT_EQ(three, Mat(2, 3, {1, 2, 7, 3, 4, 7}));
+    auto other = Mat(2, 3, {0, 0, 0, 0, 0, 0});
+    static_cast<IMatrix<double>&>(other) = Mat(3, 2, {1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(other, Mat(3, 2, {1, 2, 3, 4, 5, 6}));
+    auto copy = Mat(1, 1, {5});
     copy = wide;
-    EXPECT_EQ(copy, wide);
     copy(0, 0) = -1;
+    EXPECT_EQ(copy, Mat(2, 3, {-1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(wide(0, 0), 1.0);
+    auto source = Mat(2, 2, {1, 2, 3, 4});
+    CMatrix<double> moved(std::move(source)), assigned;
+    assigned = std::move(source);
+    // NOLINTNEXTLINE(bugprone-use-after-move): a copy leaves its source as it was
+    EXPECT_TRUE(source == Mat(2, 2, {1, 2, 3, 4}) && moved == source && assigned == source);
 }
 
 TEST(Matrix, EqualityIsExactAndNaNIsOnlyEqualToItself)
 {
-    auto a = Make<double>(1, 2, {1, std::numeric_limits<double>::quiet_NaN()});
-    auto b = a;
+    const auto a = Mat(1, 2, {1, std::numeric_limits<double>::quiet_NaN()});
+    const auto b = a;
     EXPECT_TRUE(a == a);
     EXPECT_FALSE(a == b);
-    auto c = Make<double>(1, 2, {1, 2});
-    auto d = Make<double>(1, 2, {1, std::nextafter(2.0, 3.0)});
-    EXPECT_FALSE(c == d);
-    EXPECT_FALSE(c == Make<double>(2, 1, {1, 2}));
+    EXPECT_FALSE(Mat(1, 2, {1, 2}) == Mat(1, 2, {1, std::nextafter(2.0, 3.0)}));
+    EXPECT_FALSE(Mat(1, 2, {1, 2}) == Mat(2, 1, {1, 2}));
 }
 
-TEST(Matrix, ReshapeTransposeAndConcatenation)
+TEST(Matrix, ReshapeTransposeConcatenationAndScalars)
 {
-    auto m = Make<double>(1, 2, {1, 2});
+    auto m = Mat(1, 2, {1, 2});
     m.Reshape(3, 1);
-    EXPECT_EQ(m, Make<double>(3, 1, {1, 2, 0}));
-
-    auto r = Make<double>(2, 3, {1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(m, Mat(3, 1, {1, 2, 0}));
+    auto r = Mat(2, 3, {1, 2, 3, 4, 5, 6});
     r.Reshape(3, 2); // reinterprets, does not rearrange
-    EXPECT_EQ(r, Make<double>(3, 2, {1, 2, 3, 4, 5, 6}));
-
-    auto t = Make<double>(2, 3, {1, 2, 3, 4, 5, 6});
-    t.Transpose();
-    EXPECT_EQ(t, Make<double>(3, 2, {1, 4, 2, 5, 3, 6}));
-
-    auto rows = Make<double>(1, 2, {1, 2});
-    rows.AddRows(Make<double>(2, 2, {3, 4, 5, 6}));
-    EXPECT_EQ(rows, Make<double>(3, 2, {1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(r, Mat(3, 2, {1, 2, 3, 4, 5, 6}));
+    r.Transpose();
+    EXPECT_EQ(r, Mat(2, 3, {1, 3, 5, 2, 4, 6}));
+    auto rows = Mat(1, 2, {1, 2});
+    rows.AddRows(Mat(2, 2, {3, 4, 5, 6}));
     rows.AddRows(rows);
-    EXPECT_EQ(rows.Rows(), 6u);
-    EXPECT_EQ(rows(5, 1), 6.0);
-
-    auto cols = Make<double>(2, 1, {1, 2});
-    cols.AddCols(Make<double>(2, 2, {3, 4, 5, 6}));
-    EXPECT_EQ(cols, Make<double>(2, 3, {1, 3, 4, 2, 5, 6}));
-
-    EXPECT_EQ(cols.GetCol(2), Make<double>(2, 1, {4, 6}));
-}
-
-TEST(Matrix, ScalarAndElementwiseArithmetic)
-{
-    auto a = Make<float>(2, 2, {1, 2, 3, 4});
-    a *= 2.0f;
-    a += 1.0f;
-    EXPECT_EQ(a, Make<float>(2, 2, {3, 5, 7, 9}));
-    a -= Make<float>(2, 2, {3, 5, 7, 9});
-    EXPECT_EQ(a, Make<float>(2, 2, {0, 0, 0, 0}));
-    CMatrix<float> none(0, 5);
-    none += CMatrix<float>(0, 5);
-    EXPECT_EQ(none.Rows(), 0u);
-}
-
-TEST(Matrix, CopiesFromRvaluesAreDeepToo)
-{
-    auto a = Make<double>(2, 2, {1, 2, 3, 4});
-    CMatrix<double> b(std::move(a));
-    CMatrix<double> c;
-    c = std::move(a);
-    // NOLINTNEXTLINE(bugprone-use-after-move): a copy leaves its source as it was
-    EXPECT_TRUE(a == Make<double>(2, 2, {1, 2, 3, 4}) && b == a && c == a);
+    EXPECT_EQ(rows, Mat(6, 2, {1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 5, 6}));
+    auto cols = Mat(2, 1, {1, 2});
+    cols.AddCols(Mat(2, 2, {3, 4, 5, 6}));
+    EXPECT_EQ(cols, Mat(2, 3, {1, 3, 4, 2, 5, 6}));
+    EXPECT_EQ(cols.GetCol(2), Mat(2, 1, {4, 6}));
+    auto f = Mat<float>(2, 2, {1, 2, 3, 4});
+    f *= 2.0f;
+    f += 1.0f;
+    EXPECT_EQ(f, Mat<float>(2, 2, {3, 5, 7, 9}));
+    f -= Mat<float>(2, 2, {3, 5, 7, 9});
+    EXPECT_EQ(f, Mat<float>(2, 2, {0, 0, 0, 0}));
 }

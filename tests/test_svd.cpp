@@ -1,6 +1,8 @@
 #include "ExpectThrow.h"
+#include "Matrices.h"
 #include "Numeric/helpers/nrSVD.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <new>
@@ -9,6 +11,8 @@
 
 using TOLX::CMatrix;
 using TOLX::CNumeric;
+using testsupport::FromRows;
+using testsupport::Mat;
 
 namespace
 {
@@ -18,49 +22,37 @@ bool failNothrowArrayNew = false;
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
 {
-    if (failNothrowArrayNew)
-        return nullptr;
-    try
-    {
-        return ::operator new[](size);
-    }
-    catch (...)
-    {
-        return nullptr;
-    }
+    try { return failNothrowArrayNew ? nullptr : ::operator new[](size); }
+    catch (...) { return nullptr; }
 }
 
 namespace
 {
-template <class T>
-CMatrix<T> FromRows(const std::vector<std::vector<double>>& rows)
-{
-    CMatrix<T> m(rows.size(), rows[0].size());
-    for (std::size_t i = 0; i < m.Rows() * m.Cols(); ++i)
-        m.Data()[i] = static_cast<T>(rows[i / m.Cols()][i % m.Cols()]);
-    return m;
-}
+const double kInf = std::numeric_limits<double>::infinity();
 
 CMatrix<double> Random(std::size_t rows, std::size_t cols, unsigned seed)
 {
     std::mt19937 engine(seed);
     std::uniform_real_distribution<double> value(-1.0, 1.0);
     CMatrix<double> m(rows, cols);
-    for (std::size_t i = 0; i < rows * cols; ++i)
-        m.Data()[i] = value(engine);
+    std::generate(m.Data(), m.Data() + rows * cols, [&] { return value(engine); });
     return m;
 }
 
 struct Decomposition
 {
     CMatrix<double> U, S, V;
+    bool converged;
 };
 
-Decomposition Decompose(const CMatrix<double>& A, bool sort)
+// The outputs start at `fill`, so that what is left unwritten shows.
+Decomposition Decompose(const CMatrix<double>& A, bool sort, double fill = 0)
 {
     Decomposition d{CMatrix<double>(A.Rows(), A.Cols()), CMatrix<double>(A.Cols(), 1),
-                    CMatrix<double>(A.Cols(), A.Cols())};
-    EXPECT_TRUE(CNumeric::Svd(A, d.U, d.S, d.V, sort));
+                    CMatrix<double>(A.Cols(), A.Cols()), false};
+    for (CMatrix<double>* m : {&d.U, &d.S, &d.V})
+        *m += fill;
+    d.converged = CNumeric::Svd(A, d.U, d.S, d.V, sort);
     return d;
 }
 
@@ -68,6 +60,7 @@ Decomposition Decompose(const CMatrix<double>& A, bool sort)
 // carry a non-zero singular value orthonormal: together these pin down an SVD.
 void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tolerance)
 {
+    ASSERT_TRUE(d.converged);
     const std::size_t m = A.Rows(), n = A.Cols();
     for (std::size_t i = 0; i < m; ++i)
         for (std::size_t j = 0; j < n; ++j)
@@ -77,9 +70,9 @@ void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tol
                 sum += d.U(i, k) * d.S(k, 0) * d.V(j, k);
             EXPECT_NEAR(sum, A(i, j), tolerance) << "element " << i << "," << j;
         }
-    for (std::size_t k = 0; k < n; ++k)
-        EXPECT_GE(d.S(k, 0), 0.0);
     for (std::size_t p = 0; p < n; ++p)
+    {
+        EXPECT_GE(d.S(p, 0), 0.0);
         for (std::size_t q = 0; q < n; ++q)
         {
             double vv = 0.0, uu = 0.0;
@@ -88,86 +81,65 @@ void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tol
             for (std::size_t k = 0; k < m; ++k)
                 uu += d.U(k, p) * d.U(k, q);
             EXPECT_NEAR(vv, p == q ? 1.0 : 0.0, tolerance);
-            if (d.S(p, 0) > tolerance && d.S(q, 0) > tolerance)
-            {
-                EXPECT_NEAR(uu, p == q ? 1.0 : 0.0, tolerance);
-            }
+            const double expected = p == q ? 1.0 : 0.0;
+            EXPECT_NEAR(d.S(p, 0) > tolerance && d.S(q, 0) > tolerance ? uu : expected, expected, tolerance);
         }
+    }
 }
 } // namespace
 
 TEST(Svd, DecomposesSquareTallWideAndRankDeficientMatrices)
 {
     // Rank 2: the third row is the sum of the first two, the fourth is zero.
-    const CMatrix<double> deficient =
-        FromRows<double>({{1, 2, 3, 4}, {-2, 0.5, 1, 0}, {-1, 2.5, 4, 4}, {0, 0, 0, 0}});
-    const CMatrix<double> inputs[] = {Random(4, 4, 1), Random(7, 3, 2), Random(1, 3, 3),
-                                      Random(3, 6, 4), deficient,       Random(40, 35, 5)};
+    const CMatrix<double> deficient = FromRows({{1, 2, 3, 4}, {-2, 0.5, 1, 0}, {-1, 2.5, 4, 4}, {0, 0, 0, 0}});
+    // With the facet shapes d - 1 by d, which the hull's lean worker shares.
+    std::vector<CMatrix<double>> inputs = {Random(4, 4, 1), Random(7, 3, 2), Random(1, 3, 3),
+                                           Random(3, 6, 4), deficient,       Random(40, 35, 5)};
+    for (std::size_t d = 2; d <= 9; ++d)
+        inputs.push_back(Random(d - 1, d, unsigned(d)));
     for (const CMatrix<double>& A : inputs)
         for (bool sort : {false, true})
         {
             SCOPED_TRACE(testing::Message() << A.Rows() << "x" << A.Cols() << " sort=" << sort);
             ExpectValidSvd(A, Decompose(A, sort), 1e-12);
         }
-}
-
-TEST(Svd, SingularValuesMatchClosedForm)
-{
     // A^T A = [[25, 20], [20, 25]] has eigenvalues 45 and 5.
-    const Decomposition d = Decompose(FromRows<double>({{3, 0}, {4, 5}}), true);
+    const Decomposition d = Decompose(FromRows({{3, 0}, {4, 5}}), true);
     EXPECT_NEAR(d.S(0, 0), 3.0 * std::sqrt(5.0), 1e-14);
     EXPECT_NEAR(d.S(1, 0), std::sqrt(5.0), 1e-14);
-    // A single row's only singular value is its length.
-    const Decomposition row = Decompose(FromRows<double>({{1, 2, 2}}), true);
-    EXPECT_NEAR(row.S(0, 0), 3.0, 1e-14);
-    EXPECT_NEAR(std::fabs(row.U(0, 0)), 1.0, 1e-14);
 }
 
 TEST(Svd, SortOrdersDescendingAndStablyAndMovesColumns)
 {
-    const CMatrix<double> A = FromRows<double>({{1, 0, 0}, {0, 3, 0}, {0, 0, 2}});
-    // Already diagonal: every value converges in place, so unsorted output
-    // keeps the diagonal's order.
-    const Decomposition unsorted = Decompose(A, false);
-    const double unsortedValues[] = {1, 3, 2};
-    for (int j = 0; j < 3; ++j)
-        EXPECT_DOUBLE_EQ(unsorted.S(j, 0), unsortedValues[j]);
-
+    // Already diagonal: unsorted output keeps the diagonal's order.
+    const CMatrix<double> A = FromRows({{1, 0, 0}, {0, 3, 0}, {0, 0, 2}});
+    EXPECT_EQ(Decompose(A, false).S, FromRows({{1}, {3}, {2}}));
     const Decomposition sorted = Decompose(A, true);
-    const double values[] = {3, 2, 1};
+    EXPECT_EQ(sorted.S, FromRows({{3}, {2}, {1}}));
     const int sourceAxis[] = {1, 2, 0};
     for (int j = 0; j < 3; ++j)
-    {
-        EXPECT_DOUBLE_EQ(sorted.S(j, 0), values[j]);
         EXPECT_DOUBLE_EQ(sorted.U(sourceAxis[j], j) * sorted.V(sourceAxis[j], j), 1.0) << j;
-    }
-
     // Equal values keep the worker's order: the 2 from column 0 stays first.
-    const Decomposition ties = Decompose(FromRows<double>({{2, 0, 0}, {0, 5, 0}, {0, 0, 2}}), true);
-    EXPECT_DOUBLE_EQ(std::fabs(ties.U(1, 0)), 1.0);
-    EXPECT_DOUBLE_EQ(std::fabs(ties.U(0, 1)), 1.0);
-    EXPECT_DOUBLE_EQ(std::fabs(ties.U(2, 2)), 1.0);
+    const Decomposition ties = Decompose(FromRows({{2, 0, 0}, {0, 5, 0}, {0, 0, 2}}), true);
+    for (const auto& [row, col] : {std::pair{1, 0}, {0, 1}, {2, 2}})
+        EXPECT_DOUBLE_EQ(std::fabs(ties.U(row, col)), 1.0) << row << col;
 }
 
 TEST(Svd, FloatDecomposesAndSaturatesWhenWritingBack)
 {
-    CMatrix<float> A = FromRows<float>({{3, 0}, {4, 5}});
     CMatrix<float> U(2, 2), S(2, 1), V(2, 2);
-    ASSERT_TRUE(CNumeric::Svd(A, U, S, V, true));
+    ASSERT_TRUE(CNumeric::Svd(FromRows<float>({{3, 0}, {4, 5}}), U, S, V, true));
     EXPECT_NEAR(S(0, 0), 3.0 * std::sqrt(5.0), 1e-5);
     EXPECT_NEAR(S(1, 0), std::sqrt(5.0), 1e-5);
-
     // The largest singular value 2 * FLT_MAX is representable only in double.
     const float big = std::numeric_limits<float>::max();
-    A = FromRows<float>({{big, big}, {big, big}});
-    ASSERT_TRUE(CNumeric::Svd(A, U, S, V, true));
+    ASSERT_TRUE(CNumeric::Svd(FromRows<float>({{big, big}, {big, big}}), U, S, V, true));
     EXPECT_EQ(S(0, 0), big);
     EXPECT_NEAR(std::fabs(U(0, 0)), std::sqrt(0.5), 1e-6);
 
     using TOLX::Impl::NarrowResult;
-    const double inf = std::numeric_limits<double>::infinity();
     const std::pair<double, float> narrowed[] = {{3.5e38, big}, {-1e300, -big}, {3.4028234663852886e38, big},
-                                                 {inf, float(inf)}, {-inf, -float(inf)}, {0.1, 0.1f}};
+                                                 {kInf, float(kInf)}, {-kInf, -float(kInf)}, {0.1, 0.1f}};
     for (const auto& [wide, narrow] : narrowed)
         EXPECT_EQ(NarrowResult<float>(wide), narrow) << wide;
     EXPECT_TRUE(std::isnan(NarrowResult<float>(std::nan(""))));
@@ -178,21 +150,15 @@ TEST(Svd, OutputsAreWrittenInPlaceAndNeverReshaped)
 {
     const CMatrix<double> A = Random(3, 3, 6);
     const Decomposition reference = Decompose(A, false);
-
     // Larger outputs: the extra row and column keep their values.
     CMatrix<double> U(4, 4), S(3, 2), V(4, 4);
     for (CMatrix<double>* m : {&U, &S, &V})
         *m += 7.0;
     ASSERT_TRUE(CNumeric::Svd(A, U, S, V, false));
     for (std::size_t k = 0; k < 4; ++k)
-    {
-        EXPECT_EQ(U(3, k), 7.0);
-        EXPECT_EQ(U(k, 3), 7.0);
-        EXPECT_EQ(V(k, 3), 7.0);
-    }
+        EXPECT_TRUE(U(3, k) == 7.0 && U(k, 3) == 7.0 && V(k, 3) == 7.0) << k;
     EXPECT_EQ(S(2, 1), 7.0);
     EXPECT_EQ(S(2, 0), reference.S(2, 0));
-
     // Too few rows in U: the first two rows are written, then the write
     // accessor reports the third.
     CMatrix<double> small(2, 3);
@@ -207,101 +173,66 @@ TEST(Svd, OutputsAreWrittenInPlaceAndNeverReshaped)
 TEST(Svd, WorkspaceReuseGivesIdenticalResults)
 {
     TOLX::CSvdWorkspace work;
-    const CMatrix<double> big = Random(6, 5, 7), A = Random(3, 4, 8);
+    const CMatrix<double> A = Random(3, 4, 8);
     CMatrix<double> U(6, 5), S(5, 1), V(5, 5);
-    ASSERT_TRUE(CNumeric::Svd(big, U, S, V, true, work));
-
+    ASSERT_TRUE(CNumeric::Svd(Random(6, 5, 7), U, S, V, true, work));
     CMatrix<double> U2(3, 4), S2(4, 1), V2(4, 4);
     ASSERT_TRUE(CNumeric::Svd(A, U2, S2, V2, true, work));
     const Decomposition fresh = Decompose(A, true);
-    EXPECT_TRUE(U2 == fresh.U);
-    EXPECT_TRUE(S2 == fresh.S);
-    EXPECT_TRUE(V2 == fresh.V);
+    EXPECT_TRUE(U2 == fresh.U && S2 == fresh.S && V2 == fresh.V);
 }
 
+// The tolerance is absolute and strict: values of 1e-3 and 1e3 against 1.
 TEST(Rank, CountsValuesStrictlyAboveAbsoluteTolerance)
 {
-    const CMatrix<double> identity = FromRows<double>({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
-    EXPECT_EQ(CNumeric::Rank(identity, 0), 3);
-    EXPECT_EQ(CNumeric::Rank(identity, 1), 0);
-    EXPECT_EQ(CNumeric::Rank(identity, 0.999), 3);
-
-    const CMatrix<double> zero(2, 2);
-    EXPECT_EQ(CNumeric::Rank(zero, 0), 0);
-    EXPECT_EQ(CNumeric::Rank(zero, -1), 2);
-
-    // The tolerance is not scaled: values of 1e-3 and 1e3 against 1.
-    EXPECT_EQ(CNumeric::Rank(FromRows<double>({{1e-3, 0}, {0, 1e3}}), 1.0), 1);
-    EXPECT_EQ(CNumeric::Rank(FromRows<double>({{1, 2, 3, 4}, {2, 4, 6, 8}, {0, 1, 0, 1}}), 1e-9), 2);
-    // One row: one non-zero singular value (the others are zero up to rounding).
-    EXPECT_EQ(CNumeric::Rank(FromRows<double>({{1, 2, 2}}), 1e-12), 1);
+    const CMatrix<double> identity = FromRows({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}), zero(2, 2);
+    const std::tuple<CMatrix<double>, double, int> cases[] = {
+        {identity, 0, 3}, {identity, 1, 0}, {identity, 0.999, 3}, {zero, 0, 0}, {zero, -1, 2},
+        {FromRows({{1e-3, 0}, {0, 1e3}}), 1.0, 1}, {FromRows({{1, 2, 3, 4}, {2, 4, 6, 8}, {0, 1, 0, 1}}), 1e-9, 2},
+        {FromRows({{1, 2, 2}}), 1e-12, 1}};
+    for (const auto& [A, tolerance, rank] : cases)
+        EXPECT_EQ(CNumeric::Rank(A, tolerance), rank) << A.Rows() << "x" << A.Cols() << " " << tolerance;
     EXPECT_EQ(CNumeric::Rank(FromRows<float>({{1, 0}, {0, 0.5}}), 0.5f), 1);
 }
 
-TEST(Svd, NanInputFailsOrPropagatesWithoutHanging)
+// The routine is run as published on every input, without rescaling or
+// guards: NaN, or singular values near 1e300 (the shift's squares overflow)
+// or 1e-300 (they underflow), never split the 2-by-2 block, so the
+// decomposition fails, writes nothing, and the rank is -1.
+TEST(Svd, InputsThatNeverConvergeWriteNothing)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    // With two columns the NaN superdiagonal never becomes negligible: the
-    // iteration limit ends the decomposition and nothing is written.
-    const CMatrix<double> A = FromRows<double>({{nan, nan}, {nan, nan}});
-    CMatrix<double> U(2, 2), S(2, 1), V(2, 2), sevens(2, 2);
-    for (CMatrix<double>* m : {&U, &S, &V, &sevens})
-        *m += 7.0;
-    EXPECT_FALSE(CNumeric::Svd(A, U, S, V, true));
-    EXPECT_TRUE(U == sevens && V == sevens && S == sevens.GetCol(0));
-    EXPECT_EQ(CNumeric::Rank(A, 0), -1);
-
-    // A single column has no superdiagonal: the NaN value is returned and
-    // counts towards the rank.
-    const CMatrix<double> single = FromRows<double>({{nan}, {1}});
-    EXPECT_EQ(CNumeric::Rank(single, 0), 1);
-    EXPECT_EQ(CNumeric::Rank(single, 1e300), 1);
-}
-
-// The routine is run as published on every input, without rescaling or
-// guards: at the ends of the double range it overflows or loses its shift,
-// and callers get exactly that.
-TEST(Svd, ExtremeElementsGiveThePublishedRoutinesResults)
-{
-    const double inf = std::numeric_limits<double>::infinity();
-    // Singular values near 1e300 overflow the shift's squares, near 1e-300
-    // they underflow: the sweeps never split the 2-by-2 block, so the
-    // decomposition fails, writes nothing, and the rank is -1.
-    for (const std::vector<std::vector<double>>& rows : {std::vector<std::vector<double>>{{1e300, 2e299}, {3e299, -1e300}},
-                                                         std::vector<std::vector<double>>{{1e-300, 2e-301}, {3e-301, -1e-300}}})
+    for (const CMatrix<double>& A : {FromRows({{nan, nan}, {nan, nan}}), FromRows({{1e300, 2e299}, {3e299, -1e300}}),
+                                     FromRows({{1e-300, 2e-301}, {3e-301, -1e-300}})})
     {
-        SCOPED_TRACE(rows[0][0]);
-        const CMatrix<double> A = FromRows<double>(rows);
-        CMatrix<double> U(2, 2), S(2, 1), V(2, 2);
-        U += 7.0;
-        EXPECT_FALSE(CNumeric::Svd(A, U, S, V, true));
-        EXPECT_TRUE(U == FromRows<double>({{7, 7}, {7, 7}}) && S == CMatrix<double>(2, 1) && V == CMatrix<double>(2, 2));
+        SCOPED_TRACE(A(0, 0));
+        const Decomposition d = Decompose(A, true, 7.0);
+        EXPECT_FALSE(d.converged);
+        EXPECT_TRUE(d.U == Mat(2, 2, {7, 7, 7, 7}) && d.S == Mat(2, 1, {7, 7}) && d.V == d.U);
         EXPECT_EQ(CNumeric::Rank(A, 0), -1);
     }
+    // A single column has no superdiagonal: the NaN value is returned and
+    // counts towards the rank.
+    EXPECT_EQ(CNumeric::Rank(FromRows({{nan}, {1}}), 0), 1);
+    EXPECT_EQ(CNumeric::Rank(FromRows({{nan}, {1}}), 1e300), 1);
+}
 
+TEST(Svd, ExtremeElementsGiveThePublishedRoutinesResults)
+{
     // 2^510 [[3, 1], [2, 4]] converges, but the product 2 h y of the shift
     // overflows and the second singular value, U and V come out NaN.
-    CMatrix<double> huge = FromRows<double>({{3, 1}, {2, 4}});
+    CMatrix<double> huge = FromRows({{3, 1}, {2, 4}});
     huge *= 0x1p510;
     const Decomposition d = Decompose(huge, false);
     EXPECT_EQ(d.S(0, 0), 0.0);
     EXPECT_TRUE(std::isnan(d.S(1, 0)));
     for (std::size_t k = 0; k < 4; ++k)
-    {
-        EXPECT_TRUE(std::isnan(d.U.Data()[k])) << k;
-        EXPECT_TRUE(std::isnan(d.V.Data()[k])) << k;
-    }
-
+        EXPECT_TRUE(std::isnan(d.U.Data()[k]) && std::isnan(d.V.Data()[k])) << k;
     // A subnormal superdiagonal: V's reflection divides by it, (0 / 1) / g
     // and 1 / g with g = -5e-324 run to -infinity.
-    const Decomposition pivot = Decompose(FromRows<double>({{1, 5e-324}, {0, 1}}), false);
-    EXPECT_EQ(pivot.V(1, 1), -inf);
-}
-
-// Row and column counts are taken as 32-bit integers: 2^32 - 2 rows become
-// m = -2, and m + 1 = -1 row pointers cannot be allocated.
-TEST(Svd, CountsBeyondTheIntegerRangeFailAsTheirAllocation)
-{
+    EXPECT_EQ(Decompose(FromRows({{1, 5e-324}, {0, 1}}), false).V(1, 1), -kInf);
+    // Counts are taken as 32-bit integers: 2^32 - 2 rows become m = -2, and
+    // m + 1 = -1 row pointers cannot be allocated.
     for (const std::size_t rows : {std::size_t(4294967294u), std::size_t(2147483648u)})
         EXPECT_THROW(CNumeric::Rank(CMatrix<double>(rows, 0), 0.0), std::bad_array_new_length) << rows;
 }
@@ -315,7 +246,6 @@ TEST(Svd, WorkVectorAllocationFailureThrows)
     for (int i = 1; i <= m; ++i)
         for (int j = 1; j <= n; ++j)
             work.A()[i][j] = i + j;
-
     failNothrowArrayNew = true;
     ExpectThrowAt([&] { TOLX::CNrSvd::svdcmp(work.A(), m, n, work.W(), work.V()); },
                   "Memory allocation error.", "CNrSvd::svdcmp", "src/Numeric/helpers/nrSVD.cpp", 60);
