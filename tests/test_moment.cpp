@@ -288,6 +288,12 @@ TEST(Moment, HandDerivedDecompositions)
     CMoment origin = Fed(2, {{1, 0, 0, 0}}); // at the origin a = 0: NaN
     origin.ComputeCovariance();
     EXPECT_TRUE(std::isnan(origin.getExcentricity()));
+    // Covariance rows (1e140, 1e-15), (1e-15, 1e-170): the rotation angle's
+    // square overflows, the solver leaves (-inf, +inf), the ordering swaps
+    // them and the filler 1 stays last.
+    CMoment huge = Fed(2, {{1, 1e70, 1e-85, 0}, {1, -1e70, -1e-85, 0}});
+    huge.ComputeCovariance();
+    EXPECT_EQ(huge.getInertiaMoments(), (std::vector<double>{kInf, -kInf, 1}));
 }
 
 // Covariance: the central sums over the mass; inertia: trace(S) I - S with
