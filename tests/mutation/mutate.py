@@ -10,7 +10,7 @@ one test fails. Run on demand; this is not part of CTest or CI.
 
     tests/mutation/mutate.py --out result.md
     tests/mutation/mutate.py --only hull,vorn
-    tests/mutation/mutate.py --ids matrix-det-sign,vorn-exit-code
+    tests/mutation/mutate.py --ids vec3-cross-sign,vorn-unknown-option-exit
     tests/mutation/mutate.py --list
 """
 
