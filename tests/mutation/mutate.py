@@ -107,12 +107,19 @@ def restore_from_journal(build_dir):
         print(f"mutate.py: restored {entry['path']} left mutated by an interrupted run", file=sys.stderr)
 
 
-def run(command, log=None):
-    """Runs a command; its output goes to the log file when one is given."""
-    if log is None:
-        return subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
+def run(command, log):
+    """Runs a command with its output in the log file. The command gets a
+    process group of its own, ended as a whole when this script is
+    interrupted: a compiler left running could otherwise write an object
+    file of the mutated source after the source has been restored."""
     with open(log, "w") as out:
-        return subprocess.run(command, stdout=out, stderr=subprocess.STDOUT).returncode
+        process = subprocess.Popen(command, stdout=out, stderr=subprocess.STDOUT, start_new_session=True)
+        try:
+            return process.wait()
+        except BaseException:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+            raise
 
 
 def configure(repo, build_dir):
@@ -140,8 +147,13 @@ def run_suite(build_dir, log):
     return failed
 
 
+def caught_text(failed, shown=3):
+    names = ", ".join(failed[:shown]) + (", ..." if len(failed) > shown else "")
+    return f"caught ({len(failed)}: {names})"
+
+
 def try_fault(repo, build_dir, fault, log_dir):
-    """One of "caught (N)", "missed", "did not build", "refused: ..."."""
+    """One of "caught (N: tests)", "missed", "did not build", "refused: ..."."""
     try:
         mutated = check_fault(repo, fault)
     except Refused as refusal:
@@ -155,7 +167,7 @@ def try_fault(repo, build_dir, fault, log_dir):
         if not build(build_dir, log_dir / f"{fault['id']}.build.log"):
             return "did not build"
         failed = run_suite(build_dir, log_dir / f"{fault['id']}.test.log")
-        return f"caught ({len(failed)})" if failed else "missed"
+        return caught_text(failed) if failed else "missed"
     finally:
         # Bytes, not a git checkout: uncommitted work in the file survives.
         # The new mtime makes the next build compile the file again.
