@@ -172,7 +172,7 @@ TEST(HullImageLoad, FailuresAndTheListLeftBehind)
     {
         CConvexHullComputer hull(dim, "hull", nullptr);
         hull.addPoint(Col(Point(dim, 1.0)));
-        ExpectThrowAt([&] { load(hull); }, message, function, kFile, line);
+        ExpectThrowAt([&hull, &load = load] { load(hull); }, message, function, kFile, line);
         EXPECT_EQ(hull.getPoints().size(), left) << line;
     }
 }
@@ -215,8 +215,8 @@ TEST(HullImagePaint, Failures)
         {1, &grey8, 1, "1d not impl", "typed_paintConvexHullToImage", 203},
     };
     for (const auto& [dim, image, colour, message, function, line] : cases)
-        ExpectThrowAt([&] { HullPoints::HullOf({}, dim).paintConvexHullToImage(*image, box, colour); }, message, function, kFile,
-                      line);
+        ExpectThrowAt([&, d = dim, target = image, c = colour] { HullPoints::HullOf({}, d).paintConvexHullToImage(*target, box, c); },
+                      message, function, kFile, line);
     HullPoints::HullOf({}, 3).paintConvexHullToImage(mono, box, 255); // binary foreground accepts grey values here
     EXPECT_EQ(mono.GetPixel(1, 1, 1), 255u);
 }

@@ -114,7 +114,7 @@ TOLX::CImage LabelImage(int bits, int depth)
     TOLX::CImage image(bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32,
                        TOLX::CSize(30, 24, depth));
     const int zc = depth / 2;
-    ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
+    ForEachPixel(image, [&, box = box, round = round](int x, int y, int z, std::uint64_t) {
         const double dx = x - 20.3, dy = y - 8.6, dz = depth > 1 ? z - zc : 0;
         if (x >= 2 && x <= 9 && y >= 2 && y <= 6 && z <= 3)
             image.SetPixel(x, y, z, box);
