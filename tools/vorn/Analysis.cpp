@@ -22,7 +22,7 @@ namespace
 // One pass over all pixels: every non-zero pixel goes to its label's moments
 // and widens its label's box.
 template <class T>
-void AccumulateLabels(const TOLX::CImage& image, TOLX::CObjectMoment& moments, std::vector<LabelBox>& boxes,
+void AccumulateLabels(const TOLX::CImage& image, TOLX::CObjectMoment& moments, std::vector<ObjectReport>& objects,
                       CProgress& progress)
 {
     const TOLX::CPos step = image.Step();
@@ -38,7 +38,7 @@ void AccumulateLabels(const TOLX::CImage& image, TOLX::CObjectMoment& moments, s
                 if (label == 0)
                     continue;
                 moments(std::int64_t{label}, x, y, z); // z is 0 in a 2-D image
-                LabelBox& box = boxes[label];
+                LabelBox& box = objects[label - 1].box;
                 box.xmin = std::min(box.xmin, x);
                 box.xmax = std::max(box.xmax, x);
                 box.ymin = std::min(box.ymin, y);
@@ -134,14 +134,10 @@ AnalysisReport Analyze(TOLX::CImage& image, std::size_t objects, const AnalysisO
     auto moments = std::make_shared<TOLX::CObjectMoment>(std::int64_t(objects) + 1, report.dimension);
     const LabelBox empty{std::numeric_limits<int>::max(), std::numeric_limits<int>::max(),
                          std::numeric_limits<int>::max(), -1, -1, -1};
-    std::vector<LabelBox> boxes(objects + 1, empty);
+    report.objects.assign(objects, ObjectReport{empty, HullReport()});
     WithPixelType(image.Type(), [&](auto element) {
-        AccumulateLabels<decltype(element)>(image, *moments, boxes, progress);
+        AccumulateLabels<decltype(element)>(image, *moments, report.objects, progress);
     });
-    report.objects.resize(objects);
-    for (std::size_t i = 0; i < objects; ++i)
-        report.objects[i].box = boxes[i + 1];
-    std::vector<LabelBox>().swap(boxes);
     report.moments = std::move(moments);
     if (options.hulls)
         ComputeHulls(image, report, options.keepPlanes, progress);

@@ -1,5 +1,6 @@
 #include "Format.h"
 #include "Json.h"
+#include "LabelImage.h"
 #include "Measures.h"
 
 #include <cmath>
@@ -43,7 +44,7 @@ std::vector<Column> Columns(const AnalysisReport& report, const AnalysisSource& 
     const int d = report.dimension;
     const std::string measure = d == 3 ? "volume" : "area";
     std::vector<Column> columns = {
-        {"label", 0, [&source](std::size_t i, const ObjectMeasures&) { return Whole(source.labels[i]); }},
+        {"label", 0, [&source](std::size_t i, const ObjectMeasures&) { return Whole(LabelAt(*source.labels, i)); }},
         {"pixels", 0, [](std::size_t, const ObjectMeasures& m) { return Whole(m.pixels); }},
         {measure, d, [](std::size_t, const ObjectMeasures& m) { return Number(m.volume); }}};
     for (int k = 0; k < d; ++k)
@@ -115,7 +116,7 @@ void WriteNotes(std::ostream& out, const AnalysisReport& report, const AnalysisS
     {
         const EnHullState state = report.objects[i].hull.state;
         if (state != EnHullState::HULL && state != EnHullState::SKIPPED)
-            out << "label " << source.labels[i] << ": no hull: " << report.HullProblem(i) << "\n";
+            out << "label " << LabelAt(*source.labels, i) << ": no hull: " << report.HullProblem(i) << "\n";
     }
 }
 
@@ -143,7 +144,7 @@ void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const An
         out << ", " << source.selection;
     out << ", " << report.objects.size() << " objects";
     if (!report.objects.empty())
-        out << " (largest label " << source.labels[report.objects.size() - 1] << ")";
+        out << " (largest label " << LabelAt(*source.labels, report.objects.size() - 1) << ")";
     out << "\n";
     const Calibration& calibration = source.calibration;
     out << "unit: " << calibration.unit;
@@ -224,7 +225,7 @@ void WriteAnalysisJson(std::ostream& out, const AnalysisReport& report, const An
         const ObjectMeasures m = Measure(report, i, source.calibration);
         json.BeginObject();
         json.Key("label");
-        json.Integer(source.labels[i]);
+        json.Integer(LabelAt(*source.labels, i));
         json.Key("pixels");
         json.Integer(m.pixels);
         json.Key(measure);

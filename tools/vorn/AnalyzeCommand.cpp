@@ -102,7 +102,7 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
         labels = options.connectivity ? LabelComponents(std::move(raw), options.connectivity, progress)
                                       : IndexLabels(std::move(raw), progress);
         TOLX::CImage image = labels.View();
-        report = Analyze(image, labels.ObjectCount(), {options.hulls, !options.paint.empty()}, progress);
+        report = Analyze(image, labels.objects, {options.hulls, !options.paint.empty()}, progress);
     }
     catch (const TOLX::CException& error)
     {
@@ -116,7 +116,7 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     {
         throw CToolError(quoted + ": not enough memory for the analysis");
     }
-    source.labels = labels.labels.data();
+    source.labels = &labels.labels;
 
     TOLX::CImage image = labels.View();
     if (options.json)
@@ -130,7 +130,7 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     {
         PaintHulls(image, report, progress);
         const int bytes = options.connectivity ? labels.type->BytesPerPixel() : paintBytes;
-        WriteTiff(options.paint, image, {paintKind, bytes, labels.labels.data()}, progress);
+        WriteTiff(options.paint, image, {paintKind, bytes, &labels.labels}, progress);
     }
 }
 } // namespace vorn

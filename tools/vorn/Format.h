@@ -38,7 +38,7 @@ struct AnalysisSource
     std::string selection;  // the channel and frame of a hyperstack, or empty
     std::string legend;     // what the labels stand for, or empty
     Calibration calibration;
-    const std::int64_t* labels = nullptr; // the label of object i at labels[i]
+    const std::vector<std::int64_t>* labels = nullptr; // as LabelImage keeps them (see LabelAt)
 };
 
 // A header naming the source and the unit, one row per object, and a note

@@ -10,7 +10,6 @@
 #include <cmath>
 #include <limits>
 #include <new>
-#include <numeric>
 #include <type_traits>
 
 namespace vorn
@@ -248,8 +247,17 @@ LabelImage IndexLabels(RawImage raw, CProgress& progress)
         }
         CheckObjectCount(table.Count());
         image.labels = table.Sorted();
-        image.type = &IndexType(image.labels.size());
+        image.objects = image.labels.size();
+        image.type = &IndexType(image.objects);
         image.pixels = std::move(raw.pixels);
+        // Labels 1 .. n are their own indices: their table is not kept, and
+        // integers as wide as the indices need no rewriting at all.
+        if (image.objects > 0 && image.labels.back() == std::int64_t(image.objects))
+        {
+            std::vector<std::int64_t>().swap(image.labels);
+            if (std::is_integral_v<T> && sizeof(T) == std::size_t(image.type->BytesPerPixel()))
+                return;
+        }
         Reindex<T>(image, pixels, "indexing", progress, [&table](T value) {
             std::int64_t label = 0;
             ToLabel(value, label);
@@ -316,8 +324,7 @@ LabelImage LabelComponents(RawImage raw, int connectivity, CProgress& progress)
     std::uint32_t objects = 0;
     for (std::size_t label = 1; label < parents.size(); ++label)
         parents[label] = parents[label] == label ? ++objects : parents[parents[label]];
-    image.labels.resize(objects);
-    std::iota(image.labels.begin(), image.labels.end(), std::int64_t{1});
+    image.objects = objects;
     image.type = &IndexType(objects);
     Reindex<std::uint32_t>(image, pixels, "numbering", progress, [&parents](std::uint32_t label) { return parents[label]; });
     return image;

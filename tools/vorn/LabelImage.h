@@ -20,12 +20,21 @@ struct LabelImage
     int width = 0, height = 0, depth = 0;
     const TOLX::IImage::CType* type = &TOLX::IMAGE_GREY_8;
     PixelBuffer pixels;
-    std::vector<std::int64_t> labels; // index i stands for labels[i - 1]
+    std::size_t objects = 0;
+    // Index i stands for labels[i - 1]; empty when every index is its own
+    // label (labels 1 .. n, as labelling programs write them).
+    std::vector<std::int64_t> labels;
 
     // The pixels as an image (a view of `pixels`).
     TOLX::CImage View() const;
-    std::size_t ObjectCount() const { return labels.size(); }
 };
+
+// The label of the object at position i (index i + 1) of a label table as
+// LabelImage keeps it.
+inline std::int64_t LabelAt(const std::vector<std::int64_t>& labels, std::size_t i)
+{
+    return labels.empty() ? std::int64_t(i + 1) : labels[i];
+}
 
 // Replaces every label of the image by its index, in place, and gives back
 // the memory the narrower indices free. Labels are the integers 0 to 2^63 - 1

@@ -1,5 +1,6 @@
 #include "TiffIO.h"
 
+#include "LabelImage.h"
 #include "MemoryBudget.h"
 #include "OutputFile.h"
 #include "PixelAccess.h"
@@ -573,7 +574,7 @@ void EncodeRow(const TOLX::CImage& image, int y, int z, const LabelEncoding& enc
         for (int x = 0; x < image.Width(); ++x)
         {
             const T index = LoadPixel<T>(row + x * sizeof(T));
-            store(out + std::size_t(x) * encoding.bytes, index ? encoding.labels[index - 1] : 0);
+            store(out + std::size_t(x) * encoding.bytes, index ? LabelAt(*encoding.labels, index - 1) : 0);
         }
     });
 }

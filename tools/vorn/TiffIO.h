@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace vorn
 {
@@ -43,12 +44,12 @@ struct StackChoice
 RawImage ReadTiff(CInputFile file, const StackChoice& choice, const ImageMemoryLimit& limit, CProgress& progress);
 
 // How an index image is written: the sample type of its pixels and the label
-// of every index (index i > 0 stands for labels[i - 1], 0 for 0).
+// of every index (as LabelImage keeps them; 0 stands for 0).
 struct LabelEncoding
 {
     EnSampleKind kind = EnSampleKind::UNSIGNED;
     int bytes = 1; // 1, 2, 4 or 8 (4 or 8 for floating point)
-    const std::int64_t* labels = nullptr;
+    const std::vector<std::int64_t>* labels = nullptr;
 };
 
 // Writes an index image (8-, 16- or 32-bit) as one page per z slice, each
