@@ -27,30 +27,40 @@ struct RawPage
     std::uint32_t rowsPerStrip = 1;
     std::uint32_t tile = 0; // tile edge; 0 for strips
     std::vector<std::uint8_t> bytes;
+    std::string description;                  // ImageDescription; empty: none
+    std::array<float, 2> resolution{0, 0};    // XResolution, YResolution; 0: none
+    std::uint16_t resolutionUnit = RESUNIT_NONE;
 
     std::size_t RowBytes() const { return (std::size_t{width} * samples * bits + 7) / 8; }
 };
 
-// A single-channel page of 8-, 16- or 32-bit pixels whose pixel (x, y) is
-// value(x, y), cut to the pixel's width.
+// A single-channel page of 8-, 16-, 32- or 64-bit pixels whose pixel (x, y)
+// holds the low bytes of value(x, y) (of the host's byte order, little-endian).
 inline RawPage MakePage(int bits, std::uint32_t width, std::uint32_t height,
-                        const std::function<std::uint64_t(int, int)>& value)
+                        const std::function<std::uint64_t(int, int)>& value,
+                        std::uint16_t format = SAMPLEFORMAT_UINT)
 {
     RawPage page;
     page.width = width;
     page.height = height;
     page.bits = std::uint16_t(bits);
+    page.format = format;
     const std::size_t size = bits / 8;
     page.bytes.resize(std::size_t{width} * height * size);
     for (std::size_t i = 0; i < std::size_t{width} * height; ++i)
     {
         const std::uint64_t v = value(int(i % width), int(i / width));
-        const std::uint8_t v8 = std::uint8_t(v);
-        const std::uint16_t v16 = std::uint16_t(v);
-        const std::uint32_t v32 = std::uint32_t(v);
-        std::memcpy(&page.bytes[i * size], size == 1 ? (const void*)&v8 : size == 2 ? (const void*)&v16 : &v32, size);
+        std::memcpy(&page.bytes[i * size], &v, size);
     }
     return page;
+}
+
+// The bits of a float or double, for MakePage.
+inline std::uint64_t FloatBits(float value)
+{
+    std::uint32_t bits;
+    std::memcpy(&bits, &value, 4);
+    return bits;
 }
 
 inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pages)
@@ -72,7 +82,15 @@ inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pa
             {std::uint32_t(page.tile ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP), page.tile ? page.tile : page.rowsPerStrip}};
         for (const auto& field : fields)
             TIFFSetField(tif, field[0], field[1]);
-        const std::size_t rowBytes = page.RowBytes(), pixel = page.bits / 8, edge = page.tile;
+        if (!page.description.empty())
+            TIFFSetField(tif, TIFFTAG_IMAGEDESCRIPTION, page.description.c_str());
+        if (page.resolution[0] > 0)
+        {
+            TIFFSetField(tif, TIFFTAG_XRESOLUTION, double(page.resolution[0]));
+            TIFFSetField(tif, TIFFTAG_YRESOLUTION, double(page.resolution[1]));
+            TIFFSetField(tif, TIFFTAG_RESOLUTIONUNIT, page.resolutionUnit);
+        }
+        const std::size_t rowBytes = page.RowBytes(), pixel = page.bits / 8, edge = page.tile; // tiles: whole bytes
         if (edge)
         {
             std::vector<std::uint8_t> tile(edge * edge * pixel);
