@@ -120,6 +120,11 @@ TEST_F(VornLabels, RefusesBadLabelsAndLayoutsInOneLine)
         {"order", {Dot(0, 1, R"(<OME><Pixels DimensionOrder="XYZ" SizeZ="1"/></OME>)")}, "",
          "its description declares the dimension order 'XYZ'; OME orders are XY and C, Z, T", 1},
         {"stack", {Dot(0, 1), Dot(0, 1)}, "--spacing 1,2", " is a 3-D stack; --spacing needs X,Y,Z", 2},
+        // 2^20 one-pixel objects of 384 bytes each (moment sums and results,
+        // report, label) beside a 4 MiB image.
+        {"many", {Page(32, 1024, 1024, [](int x, int y) { return y * 1024 + x + 1; })}, "--max-memory 200M",
+         "1048576 objects need 384.0 MiB beside the image, more than the memory limit of 200.0 MiB (--max-memory) "
+         "leaves for them", 1},
     };
     for (const auto& [name, pages, options, message, code] : cases)
     {

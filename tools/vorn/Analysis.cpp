@@ -122,6 +122,12 @@ std::string AnalysisReport::HullProblem(std::size_t i) const
     return state == EnHullState::HULL ? "" : DegenerateShapeName(static_cast<int>(state));
 }
 
+std::uint64_t AnalysisBytesPerObject()
+{
+    return sizeof(TOLX::Impl::StMomentSums) + sizeof(std::int64_t) + sizeof(TOLX::Impl::StMomentResults) +
+           sizeof(ObjectReport) + sizeof(std::int64_t);
+}
+
 AnalysisReport Analyze(TOLX::CImage& image, std::size_t objects, const AnalysisOptions& options,
                        CProgress& progress)
 {

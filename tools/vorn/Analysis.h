@@ -87,6 +87,10 @@ struct AnalysisReport
 AnalysisReport Analyze(TOLX::CImage& image, std::size_t objects, const AnalysisOptions& options,
                        CProgress& progress);
 
+// What the analysis keeps per object beside the image: its moment sums and
+// results, its report and its label.
+std::uint64_t AnalysisBytesPerObject();
+
 // Replaces the indices by the hulls of a report made with keepPlanes: the
 // image cleared, then every hull painted in its index in ascending order, so
 // that a later hull covers an earlier one where they overlap.

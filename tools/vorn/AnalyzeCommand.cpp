@@ -101,6 +101,13 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     {
         labels = options.connectivity ? LabelComponents(std::move(raw), options.connectivity, progress)
                                       : IndexLabels(std::move(raw), progress);
+        // The objects' records come beside the image, whose bytes the reader
+        // has already held to the limit.
+        const std::uint64_t objectBytes = labels.objects * AnalysisBytesPerObject();
+        const ImageMemoryLimit limit = ImageLimitOf(budget, options.maxMemory != 0);
+        if (objectBytes > budget - std::min(budget, limit.bytes))
+            throw CToolError(std::to_string(labels.objects) + " objects need " + ShowBytes(objectBytes) +
+                             " beside the image, more than " + limit.origin + " leaves for them");
         TOLX::CImage image = labels.View();
         report = Analyze(image, labels.objects, {options.hulls, !options.paint.empty()}, progress);
     }
