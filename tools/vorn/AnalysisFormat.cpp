@@ -2,6 +2,7 @@
 #include "Json.h"
 #include "LabelImage.h"
 #include "Measures.h"
+#include "Progress.h"
 
 #include <cmath>
 #include <cstdio>
@@ -133,7 +134,8 @@ std::vector<double> Head(const std::array<double, 3>& values, int dimension)
 }
 } // namespace
 
-void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source)
+void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
+                       CProgress& progress)
 {
     const int d = report.dimension;
     out << source.name << ": " << report.width << "x" << report.height;
@@ -162,34 +164,39 @@ void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const An
         out << Right(column.name, widths.back());
     }
     out << "\n";
+    CProgressPass pass(progress, "writing", std::int64_t(report.objects.size()));
     for (std::size_t i = 0; i < report.objects.size(); ++i)
     {
         const ObjectMeasures measures = Measure(report, i, calibration);
         for (std::size_t c = 0; c < columns.size(); ++c)
             out << Right(TableText(columns[c].value(i, measures)), widths[c]);
         out << "\n";
+        pass.Advance(std::int64_t(i + 1));
     }
     WriteNotes(out, report, source);
 }
 
-void WriteAnalysisCsv(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source)
+void WriteAnalysisCsv(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
+                      CProgress& progress)
 {
     const std::vector<Column> columns = Columns(report, source);
     for (std::size_t c = 0; c < columns.size(); ++c)
         out << (c ? "," : "") << columns[c].name
             << (columns[c].unitPower ? " [" + UnitOf(source.calibration, columns[c].unitPower) + "]" : "");
     out << "\n";
+    CProgressPass pass(progress, "writing", std::int64_t(report.objects.size()));
     for (std::size_t i = 0; i < report.objects.size(); ++i)
     {
         const ObjectMeasures measures = Measure(report, i, source.calibration);
         for (std::size_t c = 0; c < columns.size(); ++c)
             out << (c ? "," : "") << CsvText(columns[c].value(i, measures));
         out << "\n";
+        pass.Advance(std::int64_t(i + 1));
     }
 }
 
 void WriteAnalysisJson(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
-                       const TOLX::CImage& image)
+                       const TOLX::CImage& image, CProgress& progress)
 {
     const int d = report.dimension;
     const std::string measure = d == 3 ? "volume" : "area";
@@ -219,6 +226,7 @@ void WriteAnalysisJson(std::ostream& out, const AnalysisReport& report, const An
     json.Integer(std::int64_t(report.objects.size()));
     json.Key("objects");
     json.BeginArray();
+    CProgressPass pass(progress, "writing", std::int64_t(report.objects.size()));
     for (std::size_t i = 0; i < report.objects.size(); ++i)
     {
         const ObjectReport& object = report.objects[i];
@@ -278,6 +286,7 @@ void WriteAnalysisJson(std::ostream& out, const AnalysisReport& report, const An
         // would take far more memory than the image.
         out << text;
         text.clear();
+        pass.Advance(std::int64_t(i + 1));
     }
     json.EndArray();
     json.EndObject();

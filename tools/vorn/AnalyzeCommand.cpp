@@ -17,6 +17,8 @@
 #include <new>
 #include <optional>
 
+#include <unistd.h>
+
 namespace vorn
 {
 namespace
@@ -126,12 +128,15 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     source.labels = &labels.labels;
 
     TOLX::CImage image = labels.View();
+    // A bar between the lines of a report on the terminal would garble it.
+    CProgress silent(stderr, false, std::chrono::milliseconds(0));
+    CProgress& writing = isatty(STDOUT_FILENO) ? silent : progress;
     if (options.json)
-        WriteAnalysisJson(out, report, source, image);
+        WriteAnalysisJson(out, report, source, image, writing);
     else if (options.csv)
-        WriteAnalysisCsv(out, report, source);
+        WriteAnalysisCsv(out, report, source, writing);
     else
-        WriteAnalysisText(out, report, source);
+        WriteAnalysisText(out, report, source, writing);
     out.flush();
     if (!options.paint.empty())
     {

@@ -9,6 +9,8 @@
 
 namespace vorn
 {
+class CProgress;
+
 // A computed hull as the hull command reports it.
 struct HullSummary
 {
@@ -43,14 +45,16 @@ struct AnalysisSource
 
 // A header naming the source and the unit, one row per object, and a note
 // for every object without a hull saying why.
-void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source);
+void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
+                       CProgress& progress);
 // A header row, then one row per object, numbers that read back as the same
 // doubles, an empty field where there is no number.
-void WriteAnalysisCsv(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source);
+void WriteAnalysisCsv(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
+                      CProgress& progress);
 // JSON, written object by object, with each object's moment map (made from
 // `image`, the index image the report was made from).
 void WriteAnalysisJson(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
-                       const TOLX::CImage& image);
+                       const TOLX::CImage& image, CProgress& progress);
 
 void WriteHullText(std::ostream& out, const HullSummary& hull);
 std::string HullJson(const HullSummary& hull);

@@ -368,7 +368,8 @@ std::pair<std::int64_t, std::int64_t> ChooseChannelAndFrame(const StackLayout& l
             pick(choice.frame, layout.frames, "--frame", "frame")};
 }
 
-// The channel and frame of the page, or -1s for a page beyond the layout.
+// True when the page (0-based) is a slice of the chosen channel and frame;
+// pages beyond the layout (other images of an OME file) are not.
 bool IsChosen(const StackLayout& layout, std::uint64_t page, std::int64_t channel, std::int64_t frame)
 {
     if (layout.format.empty())
