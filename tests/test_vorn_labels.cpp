@@ -119,6 +119,14 @@ TEST_F(VornLabels, RefusesBadLabelsAndLayoutsInOneLine)
          "the ImageJ hyperstack declares 4 images (2 channels x 2 slices x 1 frame), the file has 2 pages", 1},
         {"order", {Dot(0, 1, R"(<OME><Pixels DimensionOrder="XYZ" SizeZ="1"/></OME>)")}, "",
          "its description declares the dimension order 'XYZ'; OME orders are XY and C, Z, T", 1},
+        {"units", {Dot(0, 1, R"(<OME><Pixels DimensionOrder="XYZCT" PhysicalSizeX="1" PhysicalSizeXUnit="mm" )"
+                              R"(PhysicalSizeY="1" PhysicalSizeYUnit="furlong"/></OME>)")},
+         "", "its description gives the pixel size in 'mm' and 'furlong', which vorn cannot convert; give --spacing", 1},
+        {"slices", {Dot(0, 1, "ImageJ=1.53t\nchannels=2\n")}, "",
+         "the ImageJ hyperstack declares 2 channels and 1 frame but neither images= nor slices=", 1},
+        {"count", {Dot(0, 1, "ImageJ=1.53t\nchannels=2.5\n")}, "", "its description declares channels='2.5', which is no count of pages", 1},
+        {"spacing", {Dot(0, 1, "ImageJ=1.53t\nunit=um\nspacing=-1\n")}, "",
+         "its description declares spacing='-1', which is no positive number", 1},
         {"stack", {Dot(0, 1), Dot(0, 1)}, "--spacing 1,2", " is a 3-D stack; --spacing needs X,Y,Z", 2},
         // 2^20 one-pixel objects of 384 bytes each (moment sums and results,
         // report, label) beside a 4 MiB image.
