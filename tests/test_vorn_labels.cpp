@@ -125,6 +125,8 @@ TEST_F(VornLabels, RefusesBadLabelsAndLayoutsInOneLine)
         {"slices", {Dot(0, 1, "ImageJ=1.53t\nchannels=2\n")}, "",
          "the ImageJ hyperstack declares 2 channels and 1 frame but neither images= nor slices=", 1},
         {"count", {Dot(0, 1, "ImageJ=1.53t\nchannels=2.5\n")}, "", "its description declares channels='2.5', which is no count of pages", 1},
+        {"layout", {Dot(0, 1, "ImageJ=1.53t\nchannels=100000\nslices=100000\n")}, "",
+         "its description declares 100000 x 100000 x 1 images, more than a TIFF file holds", 1},
         {"spacing", {Dot(0, 1, "ImageJ=1.53t\nunit=um\nspacing=-1\n")}, "",
          "its description declares spacing='-1', which is no positive number", 1},
         {"stack", {Dot(0, 1), Dot(0, 1)}, "--spacing 1,2", " is a 3-D stack; --spacing needs X,Y,Z", 2},

@@ -96,8 +96,9 @@ StackLayout ImageJLayout(const std::string& text, const std::string& where)
     layout.channels = count("channels", 1);
     layout.frames = count("frames", 1);
     const std::int64_t images = count("images", 0);
+    // Counts are below 2^31, so this product of two cannot overflow.
     layout.slices = count("slices", images ? std::max<std::int64_t>(1, images / (layout.channels * layout.frames)) : 0);
-    if (images && layout.slices && images != layout.channels * layout.slices * layout.frames)
+    if (images && double(images) != double(layout.channels) * double(layout.slices) * double(layout.frames))
         throw CToolError(where + "declares images=" + std::to_string(images) + ", which is not channels x slices x frames (" +
                          std::to_string(layout.channels) + " x " + std::to_string(layout.slices) + " x " +
                          std::to_string(layout.frames) + ")");
@@ -183,10 +184,15 @@ std::int64_t StackLayout::PageOf(std::int64_t c, std::int64_t z, std::int64_t t)
 
 StackLayout ParseDescription(const std::string& description, const std::string& where)
 {
-    if (description.compare(0, 7, "ImageJ=") == 0)
-        return ImageJLayout(description, where);
-    if (description.find("<OME") != std::string::npos || description.find(":OME") != std::string::npos)
-        return OmeLayout(description, where);
-    return StackLayout();
+    const bool imagej = description.compare(0, 7, "ImageJ=") == 0;
+    if (!imagej && description.find("<OME") == std::string::npos && description.find(":OME") == std::string::npos)
+        return StackLayout();
+    const StackLayout layout = imagej ? ImageJLayout(description, where) : OmeLayout(description, where);
+    // Each count is below 2^31; their product must be too, as a file's pages are.
+    const double images = double(layout.channels) * double(std::max<std::int64_t>(layout.slices, 1)) * double(layout.frames);
+    if (images > 2147483647.0)
+        throw CToolError(where + "declares " + std::to_string(layout.channels) + " x " + std::to_string(layout.slices) +
+                         " x " + std::to_string(layout.frames) + " images, more than a TIFF file holds");
+    return layout;
 }
 } // namespace vorn
