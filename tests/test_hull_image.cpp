@@ -104,15 +104,10 @@ TEST(HullImageLoad, OutermostPixelsOfEveryRowInOrder)
     const CImage grey32 = ImageOf(IMAGE_GREY_32, CSize(3, 1, 1), {{0, 0, 0, 4294967295u}});
     const CImage background = ImageOf(IMAGE_BINARY_BG, CSize(5, 1, 1), {{0, 0, 0, 1}, {4, 0, 0, 1}});
     const CImage mono = ImageOf(IMAGE_BINARY_FG, CSize(10, 3, 1), {{8, 0, 0, 1}, {2, 1, 0, 1}, {4, 1, 0, 1}, {6, 1, 0, 1}, {1, 2, 0, 1}});
-    const struct
-    {
-        const CImage& image;
-        std::size_t dim;
-        std::int64_t colour; // -1: every foreground pixel
-        std::vector<int> box; // x0, y0, z0, x1, y1, z1 for the box loader
-        std::vector<Point> points;
-        std::array<int, 6> bounds; // returned by the other loaders
-    } cases[] = {
+    // The image, the dimension, the colour (-1: every foreground pixel), the
+    // box x0, y0, z0, x1, y1, z1 for the box loader, the points, and the
+    // bounds that the other loaders return.
+    const std::tuple<const CImage&, std::size_t, std::int64_t, std::vector<int>, std::vector<Point>, std::array<int, 6>> cases[] = {
         {grey8, 3, -1, {}, {{2, 1, 0}, {7, 1, 0}, {4, 0, 2}}, {2, 0, 0, 7, 1, 2}}, // a lone pixel gives one point
         {grey8, 3, 5, {}, {{2, 1, 0}, {3, 1, 0}}, {2, 1, 0, 3, 1, 0}},
         {grey8, 2, -1, {}, {{2, 1}, {7, 1}}, {2, 1, 0, 7, 1, 0}}, // slice 0 only
@@ -129,21 +124,18 @@ TEST(HullImageLoad, OutermostPixelsOfEveryRowInOrder)
         {mono, 2, 1, {-5, -2, 0, 50, 40, 1}, {{8, 0}, {2, 1}, {6, 1}, {1, 2}}, {}},
     };
     int index = 0;
-    for (const auto& c : cases)
+    for (const auto& [image, dim, colour, b, points, bounds] : cases)
     {
-        CConvexHullComputer hull(c.dim, "hull", nullptr);
-        hull.addPoint(Col(Point(c.dim, 100.0)));
-        const std::vector<int>& b = c.box;
+        CConvexHullComputer hull(dim, "hull", nullptr);
+        hull.addPoint(Col(Point(dim, 100.0)));
         if (!b.empty())
-            hull.loadPointsFromImageBox(c.image, std::size_t(c.colour), b[0], b[1], b[2], b[3], b[4], b[5]);
+            hull.loadPointsFromImageBox(image, std::size_t(colour), b[0], b[1], b[2], b[3], b[4], b[5]);
         else
         {
-            const Box got = c.colour < 0 ? hull.loadPointsFromImage(c.image)
-                                         : hull.loadPointsFromImage(c.image, std::size_t(c.colour));
-            EXPECT_EQ((std::array<int, 6>{got.xmin, got.ymin, got.zmin, got.xmax, got.ymax, got.zmax}), c.bounds)
-                << index;
+            const Box got = colour < 0 ? hull.loadPointsFromImage(image) : hull.loadPointsFromImage(image, std::size_t(colour));
+            EXPECT_EQ((std::array<int, 6>{got.xmin, got.ymin, got.zmin, got.xmax, got.ymax, got.zmax}), bounds) << index;
         }
-        EXPECT_EQ(HullPoints::Flat(hull.getPoints()), c.points) << index++;
+        EXPECT_EQ(HullPoints::Flat(hull.getPoints()), points) << index++;
     }
 }
 
@@ -222,56 +214,49 @@ TEST(HullImagePaint, Failures)
 }
 
 // Painting is compared pixel by pixel with the inside test tried on every
-// pixel: random hulls of integer points (many pixels on the boundary) in every
-// pixel type with boxes reaching outside the image.
+// pixel, in every pixel type, within the image and within boxes reaching
+// outside it: random hulls of integer points (many pixels on the boundary),
+// and, since the painter must match the inside test for any set of
+// half-spaces, random planes through pixel centres, shifted by about eps,
+// with components that are zero, negative zero, tiny or denormal.
 TEST(HullImagePaint, PaintsExactlyThePixelsThatPassTheInsideTest)
 {
-    std::mt19937 random(7);
-    std::uniform_real_distribution<double> coordinate(-4.0, 28.0);
-    const IImage::CType types[] = {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_BINARY_FG};
-    for (int round = 0; round < 8; ++round)
-    {
-        const std::size_t d = round % 2 == 0 ? 3 : 2;
-        std::vector<Point> points(40, Point(d));
-        for (Point& p : points)
-            for (double& x : p)
-                x = std::round(coordinate(random));
-        ExpectPaintsTheInsidePixels(Computed(points), CSize(24, 22, d == 3 ? 20 : 1), "round " + std::to_string(round),
-                                    Box{-3, -3, -3, 40, 40, 40}, types[round % 4]);
-    }
-
-}
-
-// The painter must match the inside test for any set of half-spaces, not
-// only for hulls: random planes through pixel centres, shifted by about eps,
-// with components that are zero, negative zero, tiny or denormal.
-TEST(HullImagePaint, AnySetOfHalfSpaces)
-{
     std::mt19937 random(5);
-    std::uniform_real_distribution<double> component(-2.0, 2.0);
+    std::uniform_real_distribution<double> component(-2.0, 2.0), coordinate(-4.0, 28.0);
     std::uniform_int_distribution<int> pick(0, 7);
     const double special[] = {0.0, -0.0, 1e-300, -4e-320, 1e-17, -3e-13, 1e-9, 2e-6};
     const double eps = 1e-12;
     const double shifts[] = {0.0, eps, -eps, std::nextafter(eps, 1.0), std::nextafter(eps, 0.0), 3e-12, -5e-13, 0.7};
-    for (int round = 0; round < 24; ++round)
+    const IImage::CType types[] = {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_BINARY_FG};
+    for (int round = 0; round < 32; ++round)
     {
         const std::size_t d = round % 3 == 2 ? 2 : 3;
-        const CSize size(21, 19, d == 3 ? 17 : 1);
-        CConvexHullComputer halfSpaces(d, "planes", nullptr);
-        for (int count = 0; count < 6 + round; ++count)
+        CConvexHullComputer hull(d, "planes", nullptr);
+        if (round % 4 == 1)
         {
-            Point a(d);
-            for (double& x : a)
-                x = pick(random) < 2 ? special[pick(random)] : component(random);
-            // Through a pixel centre, b computed as the inside test sums.
-            const double p[3] = {double(pick(random) * 3), double(pick(random) * 2 + 2), double(pick(random) * 2)};
-            double b = 0.0;
-            for (std::size_t i = 0; i < d; ++i)
-                b += a[i] * p[i];
-            AddPlane(halfSpaces, a, b - shifts[pick(random)]);
+            std::vector<Point> points(40, Point(d));
+            for (Point& p : points)
+                for (double& x : p)
+                    x = std::round(coordinate(random));
+            hull = Computed(points);
         }
-        ExpectPaintsTheInsidePixels(halfSpaces, size, "round " + std::to_string(round));
-        ExpectPaintsTheInsidePixels(halfSpaces, size, "round " + std::to_string(round), Box{-4, 3, 2, 15, 30, 9});
+        else
+            for (int count = 0; count < 6 + round; ++count)
+            {
+                Point a(d);
+                for (double& x : a)
+                    x = pick(random) < 2 ? special[pick(random)] : component(random);
+                // Through a pixel centre, b computed as the inside test sums.
+                const double p[3] = {double(pick(random) * 3), double(pick(random) * 2 + 2), double(pick(random) * 2)};
+                double b = 0.0;
+                for (std::size_t i = 0; i < d; ++i)
+                    b += a[i] * p[i];
+                AddPlane(hull, a, b - shifts[pick(random)]);
+            }
+        const CSize size(24, 22, d == 3 ? 20 : 1);
+        const std::string what = "round " + std::to_string(round);
+        ExpectPaintsTheInsidePixels(hull, size, what);
+        ExpectPaintsTheInsidePixels(hull, size, what, Box{-4, 3, -3, 30, 40, 9}, types[round / 4 % 4]);
     }
 }
 
