@@ -140,17 +140,19 @@ TEST(HullImageLoad, OutermostPixelsOfEveryRowInOrder)
 }
 
 // The loaders check the dimension before they clear the points, type and
-// colour after; the box loader clears them first.
-TEST(HullImageLoad, FailuresAndTheListLeftBehind)
+// colour after; the box loader clears them first; the painter keeps them.
+TEST(HullImage, FailuresAndThePointsLeftBehind)
 {
     const CImage grey = ImageOf(IMAGE_GREY_8, CSize(3, 3, 3), {{1, 1, 1, 1}});
     const CImage real(IMAGE_FLOAT_32, CSize(2, 2, 2)), mono(IMAGE_BINARY_FG, CSize(2, 2, 2));
-    const std::string space = "The loadPointsFromImage(...) functionality is only provided in 3-space, but was called "
-                              "with a ConvexHullComputer in 4-space";
-    using Load = std::function<void(CConvexHullComputer&)>;
-    const std::tuple<std::size_t, Load, std::string, std::string, int, std::size_t> cases[] = {
-        {4, [&](auto& h) { h.loadPointsFromImage(grey); }, space, kLoad, 756, 1},
-        {4, [&](auto& h) { h.loadPointsFromImage(grey, 1); }, space, kLoad, 791, 1},
+    CImage grey8(IMAGE_GREY_8, CSize(2, 2, 2)), grey16(IMAGE_GREY_16, CSize(2, 2, 2)),
+        grey32(IMAGE_GREY_32, CSize(2, 2, 2)), background(IMAGE_BINARY_BG, CSize(2, 2, 2));
+    const Box box{0, 0, 0, 1, 1, 1};
+    const std::string space = " functionality is only provided in 3-space, but was called with a ConvexHullComputer in 4-space";
+    using Call = std::function<void(CConvexHullComputer&)>;
+    const std::tuple<std::size_t, Call, std::string, std::string, int, std::size_t> cases[] = {
+        {4, [&](auto& h) { h.loadPointsFromImage(grey); }, "The loadPointsFromImage(...)" + space, kLoad, 756, 1},
+        {4, [&](auto& h) { h.loadPointsFromImage(grey, 1); }, "The loadPointsFromImage(...)" + space, kLoad, 791, 1},
         {4, [&](auto& h) { h.loadPointsFromImageBox(grey, 1, 0, 0, 0, 0, 0, 0); }, "1d not implemented",
          "typed_loadPointsFromImageBox", 274, 0},
         {1, [&](auto& h) { h.loadPointsFromImage(grey); }, "1d not implemented", "typed_loadPointsFromImage", 130, 0},
@@ -159,14 +161,27 @@ TEST(HullImageLoad, FailuresAndTheListLeftBehind)
         {3, [&](auto& h) { h.loadPointsFromImage(mono, 2); }, kMono, kLoad, 800, 0},
         {3, [&](auto& h) { h.loadPointsFromImageBox(mono, 2, 0, 0, 0, 0, 0, 0); }, kMono, kLoadBox, 833, 0},
         {3, [&](auto& h) { h.loadPointsFromImageBox(real, 1, 0, 0, 0, 0, 0, 0); }, kTypes, kLoadBox, 856, 0},
+        {3, [&](auto& h) { h.paintConvexHullToImage(grey8, box, 256); }, "Grayvalue 256 exceeds range of image type.", kPaint, 884, 1},
+        {3, [&](auto& h) { h.paintConvexHullToImage(grey16, box, 65536); }, "Grayvalue 65536 exceeds range of image type.",
+         kPaint, 892, 1},
+        {3, [&](auto& h) { h.paintConvexHullToImage(grey32, box, 4294967296u); },
+         "Grayvalue 4294967296 exceeds range of image type.", kPaint, 900, 1},
+        {3, [&](auto& h) { h.paintConvexHullToImage(background, box, 1); }, "Not implemented for image type BINARY_BG.",
+         kPaint, 904, 1},
+        {4, [&](auto& h) { h.paintConvexHullToImage(grey8, box, 1); }, "The paintConvexHullToImage(...)" + space,
+         "typed_paintConvexHullToImage", 141, 1},
+        {1, [&](auto& h) { h.paintConvexHullToImage(grey8, box, 1); }, "1d not impl", "typed_paintConvexHullToImage", 203, 1},
     };
-    for (const auto& [dim, load, message, function, line, left] : cases)
+    for (const auto& [dim, call, message, function, line, left] : cases)
     {
         CConvexHullComputer hull(dim, "hull", nullptr);
         hull.addPoint(Col(Point(dim, 1.0)));
-        ExpectThrowAt([&hull, &load = load] { load(hull); }, message, function, kFile, line);
+        ExpectThrowAt([&hull, &call = call] { call(hull); }, message, function, kFile, line);
         EXPECT_EQ(hull.getPoints().size(), left) << line;
     }
+    CImage binary(IMAGE_BINARY_FG, CSize(2, 2, 2));
+    HullPoints::HullOf({}, 3).paintConvexHullToImage(binary, box, 255); // binary foreground accepts grey values here
+    EXPECT_EQ(binary.GetPixel(1, 1, 1), 255u);
 }
 
 TEST(HullImagePaint, CubeCornersAndEmptyHulls)
@@ -187,30 +202,6 @@ TEST(HullImagePaint, CubeCornersAndEmptyHulls)
     CImage all(IMAGE_GREY_32, CSize(4, 3, 2));
     HullPoints::HullOf({}, 3).paintConvexHullToImage(all, Box{1, 1, 0, 2, 2, 1}, 4294967295u);
     EXPECT_EQ(SetPixels(all, 4294967295u).size(), 8u);
-}
-
-TEST(HullImagePaint, Failures)
-{
-    const Box box{0, 0, 0, 1, 1, 1};
-    const CSize two(2, 2, 2);
-    CImage grey8(IMAGE_GREY_8, two), mono(IMAGE_BINARY_FG, two), grey16(IMAGE_GREY_16, two),
-        grey32(IMAGE_GREY_32, two), background(IMAGE_BINARY_BG, two);
-    const std::tuple<std::size_t, CImage*, std::uint64_t, std::string, std::string, int> cases[] = {
-        {3, &grey8, 256, "Grayvalue 256 exceeds range of image type.", kPaint, 884},
-        {3, &grey16, 65536, "Grayvalue 65536 exceeds range of image type.", kPaint, 892},
-        {3, &grey32, 4294967296u, "Grayvalue 4294967296 exceeds range of image type.", kPaint, 900},
-        {3, &background, 1, "Not implemented for image type BINARY_BG.", kPaint, 904},
-        {4, &grey8, 1,
-         "The paintConvexHullToImage(...) functionality is only provided in 3-space, but was called with a "
-         "ConvexHullComputer in 4-space",
-         "typed_paintConvexHullToImage", 141},
-        {1, &grey8, 1, "1d not impl", "typed_paintConvexHullToImage", 203},
-    };
-    for (const auto& [dim, image, colour, message, function, line] : cases)
-        ExpectThrowAt([&, d = dim, target = image, c = colour] { HullPoints::HullOf({}, d).paintConvexHullToImage(*target, box, c); },
-                      message, function, kFile, line);
-    HullPoints::HullOf({}, 3).paintConvexHullToImage(mono, box, 255); // binary foreground accepts grey values here
-    EXPECT_EQ(mono.GetPixel(1, 1, 1), 255u);
 }
 
 // Painting is compared pixel by pixel with the inside test tried on every

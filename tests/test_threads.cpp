@@ -27,23 +27,21 @@ void Add(std::string& out, const std::vector<T>& values)
 
 std::string RunJob(unsigned id)
 {
-    using HullPoints::Shape;
+    using namespace HullPoints;
     std::string out;
     // The start simplex is drawn with the calling thread's generator.
     TOLX::SeedRand15(1000 + id);
-    TOLX::CConvexHullComputer hull = HullPoints::HullOf(HullPoints::Rows(HullPoints::Random(3, 150, Shape::Ball, id), 3));
+    TOLX::CConvexHullComputer hull = HullOf(Rows(Random(3, 150, Shape::Ball, id), 3));
     hull.compute();
-    for (const std::vector<double>& row : HullPoints::Equations(hull))
+    for (const std::vector<double>& row : Equations(hull))
         Add(out, row);
-    for (const std::vector<double>& vertex : HullPoints::Flat(hull.getVertices()))
+    for (const std::vector<double>& vertex : Flat(hull.getVertices()))
         Add(out, vertex);
-    for (const std::vector<double>& probe : HullPoints::Rows(HullPoints::Random(3, 50, Shape::Ball, id + 100), 3))
+    for (const std::vector<double>& probe : Rows(Random(3, 50, Shape::Ball, id + 100), 3))
         out += hull.isInside(testsupport::Col(probe)) ? '1' : '0';
-    TOLX::CConvexHullComputer few(3, "few", nullptr);
-    few.addPoint(TOLX::CMatrix<double>(3, 1));
     try
     {
-        few.compute();
+        HullPoints::HullOf({{0, 0, 0}}).compute();
     }
     catch (const TOLX::CException& e)
     {
@@ -64,7 +62,7 @@ std::string RunJob(unsigned id)
         Add(out, std::vector<std::uint64_t>{painted.GetPixel(i % 12, i / 12 % 10, i / 120)});
 
     // A singular value decomposition.
-    const std::vector<double> elements = HullPoints::Random(5, 6, Shape::Ball, id);
+    const std::vector<double> elements = Random(5, 6, Shape::Ball, id);
     TOLX::CMatrix<double> A(6, 5), U(6, 5), S(5, 1), V(5, 5);
     std::copy(elements.begin(), elements.end(), A.Data());
     out += TOLX::CNumeric::Svd(A, U, S, V, true) ? '1' : '0';
@@ -83,9 +81,8 @@ std::string RunJob(unsigned id)
     Add(out, moment.getInertiaMoments());
     objects.Compute();
     out += std::to_string(TOLX::CValueMap(objects).Size());
-    const TOLX::CSymmMatrix<double> symmetric({elements[0], elements[1], elements[2], elements[1], elements[3],
-                                              elements[4], elements[2], elements[4], elements[5]},
-                                             3);
+    const TOLX::CSymmMatrix<double> symmetric(
+        {elements[0], elements[1], elements[2], elements[1], elements[3], elements[4], elements[2], elements[4], elements[5]}, 3);
     TOLX::CSymmMatrix<double> vectors(3);
     std::vector<double> values(3);
     symmetric.SolveEigenProblem(vectors, values, 2.220446049250313e-16);
