@@ -29,21 +29,19 @@ inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shap
     std::normal_distribution<double> normal;
     std::uniform_real_distribution<double> uniform;
     std::vector<double> coords(dim * count);
-    for (std::size_t i = 0; i < count; ++i)
+    for (auto p = coords.begin(); p != coords.end(); p += long(dim))
     {
-        double* p = &coords[i * dim];
         double norm2 = 0.0;
         while (norm2 == 0.0)
         {
-            std::generate(p, p + dim, [&] { return normal(generator); });
-            norm2 = std::inner_product(p, p + dim, p, 0.0);
+            std::generate(p, p + long(dim), [&] { return normal(generator); });
+            norm2 = std::inner_product(p, p + long(dim), p, 0.0);
         }
         // A Gaussian vector has a uniform direction; in the ball the radius
         // has the density d r^(d-1), so it is the d-th root of a uniform draw.
         const double radius = shape == Shape::Ball ? std::pow(uniform(generator), 1.0 / double(dim)) : 1.0;
         const double scale = radius / std::sqrt(norm2);
-        for (std::size_t j = 0; j < dim; ++j)
-            p[j] *= scale;
+        std::transform(p, p + long(dim), p, [scale](double x) { return x * scale; });
     }
     return coords;
 }

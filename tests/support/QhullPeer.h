@@ -31,8 +31,7 @@ public:
     CQhullRun& operator=(const CQhullRun&) = delete;
     ~CQhullRun()
     {
-        int curlong = 0;
-        int totlong = 0;
+        int curlong = 0, totlong = 0;
         qh_freeqhull(&m_qh, !qh_ALL);
         qh_memfreeshort(&m_qh, &curlong, &totlong);
     }
@@ -69,15 +68,9 @@ public:
         std::set<std::vector<double>> vertices;
         qhT* qh = &m_qh;
         facetT* facet = nullptr;
-        vertexT* vertex = nullptr;
-        vertexT** vertexp = nullptr;
+        vertexT *vertex = nullptr, **vertexp = nullptr;
         FORALLfacets
-        {
-            FOREACHvertex_(facet->vertices)
-            {
-                vertices.emplace(vertex->point, vertex->point + m_dim);
-            }
-        }
+            FOREACHvertex_(facet->vertices) vertices.emplace(vertex->point, vertex->point + m_dim);
         return vertices;
     }
 
