@@ -32,10 +32,12 @@ TEST(Face, DimensionsExactVerticesAndTwelveDigitPrint)
     EXPECT_TRUE(f.getA() == A && f.getb() == b && f.getVertices() == V);
     const CFace empty(3, 1);
     EXPECT_TRUE(empty.getA() == CMatrix<double>(2, 3) && empty.getb() == CMatrix<double>(2, 1));
-    EXPECT_NO_THROW(CFace(CMatrix<double>(1, 3), CMatrix<double>(1, 1), CMatrix<double>(3, 3)));
+    CMatrix<double> A13(1, 3), b11(1, 1), V33(3, 3);
+    EXPECT_NO_THROW(CFace(A13, b11, V33));
 
     // hasVertex is exact; print shows twelve digits.
-    const CFace g(CMatrix<double>(1, 2), CMatrix<double>(1, 1), Columns({{0.5, 0.25}, {3, 4}}));
+    A = CMatrix<double>(1, 2), b = CMatrix<double>(1, 1), V = Columns({{0.5, 0.25}, {3, 4}});
+    const CFace g(A, b, V);
     EXPECT_TRUE(g.hasVertex(Col({3, 4})) && g.hasVertex(Col({0.5, 0.25})));
     EXPECT_FALSE(g.hasVertex(Col({3, std::nextafter(4.0, 5.0)})));
     EXPECT_FALSE(g.hasVertex(Mat(1, 2, {3, 4})));
@@ -43,8 +45,8 @@ TEST(Face, DimensionsExactVerticesAndTwelveDigitPrint)
     noVertices.getVertices() = CMatrix<double>(2, 0);
     EXPECT_FALSE(noVertices.hasVertex(Col({0, 0})));
 
-    const CFace printed(Mat(1, 2, {1.0 / 3.0, -2}), Mat(1, 1, {1e-13}), Columns({{2.0 / 3.0, 0}, {1, 123456789.123456}}));
-    EXPECT_EQ(Printed(printed), "\n1dim Face in 2dim space: ------------------\nEquation:\n"
+    A = Mat(1, 2, {1.0 / 3.0, -2}), b = Mat(1, 1, {1e-13}), V = Columns({{2.0 / 3.0, 0}, {1, 123456789.123456}});
+    EXPECT_EQ(Printed(CFace(A, b, V)), "\n1dim Face in 2dim space: ------------------\nEquation:\n"
                                 "0.333333333333 -2 \n1e-13 \n\nVertices:\n0.666666666667 1 \n0 123456789.123 \n\n");
 }
 

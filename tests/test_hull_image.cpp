@@ -40,13 +40,6 @@ CImage ImageOf(IImage::CType type, const CSize& size, const std::vector<Pixel>& 
     return image;
 }
 
-CConvexHullComputer Computed(const std::vector<Point>& points)
-{
-    CConvexHullComputer hull = HullPoints::HullOf(points);
-    hull.compute();
-    return hull;
-}
-
 // Half-spaces a . x <= b added to the hull's equations as they are.
 void AddPlane(CConvexHullComputer& hull, const Point& a, double b)
 {
@@ -189,7 +182,7 @@ TEST(HullImagePaint, CubeCornersAndEmptyHulls)
     std::vector<Point> corners;
     for (int i = 0; i < 8; ++i)
         corners.push_back({1.0 + 2 * (i & 1), 1.0 + (i & 2), 1.0 + (i & 4) / 2});
-    const CConvexHullComputer cube = Computed(corners);
+    const CConvexHullComputer cube = HullPoints::Computed(corners);
     CImage image(IMAGE_GREY_8, CSize(6, 6, 6));
     cube.paintConvexHullToImage(image);
     EXPECT_EQ(SetPixels(image, 1).size(), 27u);
@@ -229,7 +222,7 @@ TEST(HullImagePaint, PaintsExactlyThePixelsThatPassTheInsideTest)
             for (Point& p : points)
                 for (double& x : p)
                     x = std::round(coordinate(random));
-            hull = Computed(points);
+            hull = HullPoints::Computed(points);
         }
         else
             for (int count = 0; count < 6 + round; ++count)
@@ -301,7 +294,7 @@ TEST(HullImagePaint, NonFiniteEquations)
         corners.push_back({1.0 + 4 * (i & 1), 1.0 + 2 * (i & 2), 1.0 * (i & 4)});
     for (const auto& [planes, kept] : cases)
     {
-        CConvexHullComputer hull = Computed(corners);
+        CConvexHullComputer hull = HullPoints::Computed(corners);
         for (const auto& [a, b] : planes)
             AddPlane(hull, a, b);
         CImage image(IMAGE_GREY_8, CSize(7, 7, 7));

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #ifdef VORN_HAVE_QHULL
@@ -55,11 +56,9 @@ std::vector<Plane> Distinct(std::vector<Plane> planes)
 std::size_t ExpectSameHulls(const std::vector<double>& coords, std::size_t dim)
 {
     CQhullRun qhull(coords, dim);
-    TOLX::CConvexHullComputer ours = HullPoints::HullOf(HullPoints::Rows(coords, dim));
-    ours.compute();
+    const TOLX::CConvexHullComputer ours = HullPoints::Computed(HullPoints::Rows(coords, dim));
     EXPECT_EQ(qhull.ExitCode(), 0);
-    const std::vector<Plane> mine = HullPoints::Equations(ours);
-    const std::vector<Plane> distinctMine = Distinct(mine), theirs = Distinct(qhull.Planes());
+    const std::vector<Plane> mine = HullPoints::Equations(ours), distinctMine = Distinct(mine), theirs = Distinct(qhull.Planes());
     EXPECT_EQ(distinctMine.size(), theirs.size());
     EXPECT_EQ(MissingCount(mine, theirs), 0u) << "planes Qhull does not have";
     EXPECT_EQ(MissingCount(theirs, distinctMine), 0u) << "Qhull planes we lack";
@@ -80,24 +79,20 @@ std::size_t ExpectSameHulls(const std::vector<double>& coords, std::size_t dim)
 // seconds in an optimised build.
 TEST(HullQhull, RandomPointsGiveQhullsPlanesAndVertices)
 {
-    const struct
-    {
-        std::size_t dim, count;
-        Shape shape;
-        unsigned seed;
-    } cases[] = {
+    // dimension, count, shape, seed
+    const std::tuple<std::size_t, std::size_t, Shape, unsigned> cases[] = {
         {2, 5000, Shape::Ball, 21}, {2, 1000, Shape::Sphere, 22}, {3, 5000, Shape::Ball, 31}, {3, 1000, Shape::Sphere, 32},
         {4, 1000, Shape::Ball, 41}, {4, 200, Shape::Sphere, 42}, {5, 500, Shape::Ball, 51},  {5, 80, Shape::Sphere, 52},
     };
-    for (const auto& c : cases)
+    for (const auto& [dim, count, shape, seed] : cases)
         for (bool duplicated : {false, true})
         {
-            SCOPED_TRACE(std::to_string(c.dim) + "-D, seed " + std::to_string(c.seed) + (duplicated ? ", duplicates" : ""));
-            std::vector<double> coords = HullPoints::Random(c.dim, c.count, c.shape, c.seed);
+            SCOPED_TRACE(std::to_string(dim) + "-D, seed " + std::to_string(seed) + (duplicated ? ", duplicates" : ""));
+            std::vector<double> coords = HullPoints::Random(dim, count, shape, seed);
             if (duplicated)
-                coords = HullPoints::WithDuplicates(coords, c.dim, 3, c.seed + 1000);
-            const std::size_t vertices = ExpectSameHulls(coords, c.dim);
-            EXPECT_TRUE(c.shape == Shape::Ball || vertices == c.count) << "every point on a sphere is a vertex";
+                coords = HullPoints::WithDuplicates(coords, dim, 3, seed + 1000);
+            const std::size_t vertices = ExpectSameHulls(coords, dim);
+            EXPECT_TRUE(shape == Shape::Ball || vertices == count) << "every point on a sphere is a vertex";
         }
 }
 

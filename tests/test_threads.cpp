@@ -31,8 +31,7 @@ std::string RunJob(unsigned id)
     std::string out;
     // The start simplex is drawn with the calling thread's generator.
     TOLX::SeedRand15(1000 + id);
-    TOLX::CConvexHullComputer hull = HullOf(Rows(Random(3, 150, Shape::Ball, id), 3));
-    hull.compute();
+    const TOLX::CConvexHullComputer hull = Computed(Rows(Random(3, 150, Shape::Ball, id), 3));
     for (const std::vector<double>& row : Equations(hull))
         Add(out, row);
     for (const std::vector<double>& vertex : Flat(hull.getVertices()))

@@ -80,6 +80,14 @@ inline TOLX::CConvexHullComputer HullOf(const std::vector<std::vector<double>>& 
     return hull;
 }
 
+// The same, computed.
+inline TOLX::CConvexHullComputer Computed(const std::vector<std::vector<double>>& points)
+{
+    TOLX::CConvexHullComputer hull = HullOf(points);
+    hull.compute();
+    return hull;
+}
+
 // The elements of each matrix of a list.
 inline std::vector<std::vector<double>> Flat(const std::list<TOLX::CMatrix<double>>& list)
 {

@@ -45,9 +45,7 @@ public:
         qhT* qh = &m_qh;
         facetT* facet = nullptr;
         FORALLfacets
-        {
             visit(static_cast<const double*>(facet->normal), double(facet->offset));
-        }
     }
 
     // One row per facet in the form n·x <= b: the d normal elements, then b.
