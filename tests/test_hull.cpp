@@ -6,22 +6,13 @@
 #include "ExpectThrow.h"
 #include "HullPoints.h"
 
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <iterator>
-#include <list>
-#include <sstream>
-#include <stdexcept>
-#include <string>
+#include <regex>
 #include <tuple>
-#include <vector>
 
 using namespace TOLX;
-using testsupport::Col;
-using testsupport::Columns;
-using testsupport::Elements;
-using testsupport::Point;
+using namespace testsupport;
 using namespace HullPoints;
 
 namespace
@@ -29,16 +20,6 @@ namespace
 const char* const kHullFile = "src/Numeric/ConvexHullComputer.cpp";
 const char* const kAlreadyInside = "Trying to construct new Facets with a point that is already inside the convex hull.";
 const char* const kSubspace = "Could not find any affinely independent points. Maybe your data form an affine subspace.";
-
-// Opens a protected construction step and its lists to the tests.
-class Probe : public CConvexHullComputer
-{
-public:
-    explicit Probe(std::size_t d) : CConvexHullComputer(d, "probe", nullptr) {}
-    using CConvexHullComputer::constructHorizon;
-    using CConvexHullComputer::horizon;
-    using CConvexHullComputer::visibleFacets;
-};
 
 bool Near(const Point& a, const Point& b, double tolerance)
 {
@@ -202,25 +183,6 @@ TEST(Hull, InterruptedStepsLeaveADestroyableComputer)
     ExpectThrowAt([&] { nearer.compute(unit); }, kAlreadyInside, "TOLX::CConvexHullComputer::constructHorizon",
                   kHullFile, 299);
     nearer = far;
-}
-
-TEST(Hull, NullNeighbourIsReportedAndSkipped)
-{
-    Probe steps(2);
-    CFacet lonely(Columns({{0, 0}, {1, 0}}));
-    if (lonely.getA()(0, 1) > 0)
-        lonely.flipDirection();
-    lonely.addToOutsideSet(Col({0.5, -2}));
-    testing::internal::CaptureStderr();
-    steps.constructHorizon(&lonely, Col({0.5, -2}));
-    std::ostringstream expected;
-    for (int i = 0; i < 2; ++i)
-        expected << "constructHorizon() WARNING: NULL neighbor facet found:" << &lonely << ", n#" << i
-                 << " of 2\n#outsideset: 1, #points: 1,\np=\n0.5 \n-2 \n\n";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), expected.str());
-    EXPECT_TRUE(steps.horizon.empty());
-    EXPECT_EQ(steps.visibleFacets, std::list<CFacet*>{&lonely});
-    steps.visibleFacets.clear();
 }
 
 namespace
@@ -426,11 +388,14 @@ TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
 // neighbour slot went on naming a deleted (or deleted and reused) facet. Each
 // builds to one of the described failures or to a hull whose every non-empty
 // neighbour slot i names a listed facet holding all vertices but vertex i.
+// Each also meets empty neighbour slots, which are reported and skipped.
 // Under AddressSanitizer or valgrind no step may read a deleted facet.
 TEST(Hull, NoNeighbourSlotNamesADeletedFacet)
 {
     const double a = std::ldexp(0x1.1515151ccffffp+0, 274), e = 0x1.19799812dea11p-39;
     const Point far{a, 0x1.91a2032251p+36, -0x1.027127dcdap+35};
+    const std::regex nullNeighbourReports("(constructHorizon\\(\\) WARNING: NULL neighbor facet found:0x[0-9a-f]+, n#[0-9] of [23]\n"
+                                           "#outsideset: [0-9]+, #points: [0-9]+,\np=\n([^ \n]+ \n)+\n)+");
     const std::pair<std::uint32_t, std::vector<Point>> cases[] = {
         {1633749964u, {{0x1.ccp+6, 0x1.ac688bep+36, -0x1.13abe64p+35}, {a * 16, 0x1.44p+6, -0x1.b4p+6}, far, far, far, {0, 0, 0}}},
         {367716864u, {{0x1.ccp+6, 0x1.ac688bep+36}, {0x1.ccp+6, 0x1.ac688bep+36}, {0x1.ac688bep+36, 0}, {-0x1.359f5a7b28179p-39, 0}}},
@@ -444,7 +409,7 @@ TEST(Hull, NoNeighbourSlotNamesADeletedFacet)
         CConvexHullComputer hull = HullOf(points);
         testing::internal::CaptureStderr();
         const std::string thrown = ThrownBy([&hull] { hull.compute(); });
-        testing::internal::GetCapturedStderr();
+        EXPECT_TRUE(std::regex_match(testing::internal::GetCapturedStderr(), nullNeighbourReports)) << seed;
         EXPECT_TRUE(thrown.empty() || thrown == kAlreadyInside || thrown == "Unable to construct a facet.") << thrown;
         const std::list<CFacet*>& facets = hull.GetFacets();
         EXPECT_FALSE(facets.empty());
