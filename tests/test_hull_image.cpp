@@ -3,20 +3,15 @@
 #include "ExpectThrow.h"
 #include "HullPoints.h"
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <functional>
 #include <limits>
 #include <optional>
-#include <random>
 #include <set>
 #include <tuple>
-#include <vector>
 
 using namespace TOLX;
-using testsupport::Col;
-using testsupport::Point;
+using namespace testsupport;
 using Box = CConvexHullComputer::CBox;
 
 namespace
@@ -28,9 +23,10 @@ const char* kPaint = "TOLX::CConvexHullComputer::paintConvexHullToImage";
 const std::string kTypes = "The loadPointsFromImage(...) functionality is only provided for BINARY_FG, 8bit, 16bit and "
                            "32bit unsigned integer data.";
 const std::string kMono = "For MONO-images, use colour=0 or colour=1.";
+const Box kEverywhere{0, 0, 0, 1 << 20, 1 << 20, 1 << 20};
 using Pixels = std::set<std::tuple<int, int, int>>;
-
 using Pixel = std::array<std::uint64_t, 4>; // x, y, z, value
+using Planes = std::vector<std::pair<Point, double>>; // a . x <= b
 
 CImage ImageOf(IImage::CType type, const CSize& size, const std::vector<Pixel>& pixels = {})
 {
@@ -40,48 +36,48 @@ CImage ImageOf(IImage::CType type, const CSize& size, const std::vector<Pixel>& 
     return image;
 }
 
-// Half-spaces a . x <= b added to the hull's equations as they are.
-void AddPlane(CConvexHullComputer& hull, const Point& a, double b)
+// The hull's equations followed by the planes as they are.
+CConvexHullComputer WithPlanes(CConvexHullComputer hull, const Planes& planes)
 {
-    hull.getA().push_back(testsupport::FromRows({a}));
-    hull.getb().push_back(b);
+    for (const auto& [a, b] : planes)
+    {
+        hull.getA().push_back(FromRows({a}));
+        hull.getb().push_back(b);
+    }
+    return hull;
 }
 
-// Every pixel of the box (clipped to the image) whose centre passes the
-// hull's own inside test, found by trying them all.
-Pixels InsidePixels(const CConvexHullComputer& hull, const CImage& image, const Box& box)
+// The pixels of the box, clipped to the image, for which keep(x, y, z) holds.
+template <class Keep>
+Pixels Where(const CImage& image, const Box& box, Keep&& keep)
 {
-    Pixels inside;
-    const bool flat = hull.getDimSpace() == 2;
-    for (int z = flat ? 0 : std::max(box.zmin, 0); z <= (flat ? 0 : std::min(box.zmax, image.Depth() - 1)); ++z)
+    Pixels found;
+    for (int z = std::max(box.zmin, 0); z <= std::min(box.zmax, image.Depth() - 1); ++z)
         for (int y = std::max(box.ymin, 0); y <= std::min(box.ymax, image.Height() - 1); ++y)
             for (int x = std::max(box.xmin, 0); x <= std::min(box.xmax, image.Width() - 1); ++x)
-                if (hull.isInside(flat ? Col({double(x), double(y)}) : Col({double(x), double(y), double(z)})))
-                    inside.emplace(x, y, z);
-    return inside;
+                if (keep(x, y, z))
+                    found.emplace(x, y, z);
+    return found;
 }
 
 Pixels SetPixels(const CImage& image, std::uint64_t colour)
 {
-    Pixels set;
-    for (int z = 0; z < image.Depth(); ++z)
-        for (int y = 0; y < image.Height(); ++y)
-            for (int x = 0; x < image.Width(); ++x)
-                if (image.GetPixel(x, y, z) == colour)
-                    set.emplace(x, y, z);
-    return set;
+    return Where(image, kEverywhere, [&](int x, int y, int z) { return image.GetPixel(x, y, z) == colour; });
 }
 
 // Paints the hull into an empty image, within the box in colour 1 or with the
-// defaults, and compares with the inside test tried on every pixel.
+// defaults, and compares with the inside test tried on every pixel (in
+// 2-space on slice 0 only).
 void ExpectPaintsTheInsidePixels(const CConvexHullComputer& hull, const CSize& size, const std::string& what,
                                  std::optional<Box> box = std::nullopt, IImage::CType type = IMAGE_GREY_8)
 {
     CImage image(type, size);
     box ? hull.paintConvexHullToImage(image, *box, 1) : hull.paintConvexHullToImage(image);
-    const Box all{0, 0, 0, size.Width() - 1, size.Height() - 1, size.Depth() - 1};
-    const Pixels painted = SetPixels(image, 1), inside = InsidePixels(hull, image, box.value_or(all));
-    EXPECT_TRUE(painted == inside) << what << ": " << painted.size() << " pixels painted, " << inside.size() << " inside";
+    const bool flat = hull.getDimSpace() == 2;
+    const Pixels inside = Where(image, box.value_or(kEverywhere), [&](int x, int y, int z) {
+        return flat ? z == 0 && hull.isInside(Col({double(x), double(y)})) : hull.isInside(Col({double(x), double(y), double(z)}));
+    });
+    EXPECT_TRUE(SetPixels(image, 1) == inside) << what << ": " << inside.size() << " pixels inside";
 }
 } // namespace
 
@@ -183,18 +179,18 @@ TEST(HullImagePaint, CubeCornersAndEmptyHulls)
     for (int i = 0; i < 8; ++i)
         corners.push_back({1.0 + 2 * (i & 1), 1.0 + (i & 2), 1.0 + (i & 4) / 2});
     const CConvexHullComputer cube = HullPoints::Computed(corners);
+    const auto all = [](int, int, int) { return true; };
     CImage image(IMAGE_GREY_8, CSize(6, 6, 6));
     cube.paintConvexHullToImage(image);
-    EXPECT_EQ(SetPixels(image, 1).size(), 27u);
-    ExpectPaintsTheInsidePixels(cube, CSize(6, 6, 6), "cube");
+    EXPECT_TRUE(SetPixels(image, 1) == Where(image, Box{1, 1, 1, 3, 3, 3}, all));
     // Within a smaller box only the box is painted, in the given colour.
     CImage boxed(IMAGE_GREY_16, CSize(6, 6, 6));
     cube.paintConvexHullToImage(boxed, Box{2, 0, 0, 5, 5, 1}, 700);
-    EXPECT_EQ(SetPixels(boxed, 700).size(), 2u * 3u * 1u);
+    EXPECT_TRUE(SetPixels(boxed, 700) == Where(boxed, Box{2, 1, 1, 3, 3, 1}, all));
     // Without a hull the whole box is painted.
-    CImage all(IMAGE_GREY_32, CSize(4, 3, 2));
-    HullPoints::HullOf({}, 3).paintConvexHullToImage(all, Box{1, 1, 0, 2, 2, 1}, 4294967295u);
-    EXPECT_EQ(SetPixels(all, 4294967295u).size(), 8u);
+    CImage empty(IMAGE_GREY_32, CSize(4, 3, 2));
+    HullPoints::HullOf({}, 3).paintConvexHullToImage(empty, Box{1, 1, 0, 2, 2, 1}, 4294967295u);
+    EXPECT_TRUE(SetPixels(empty, 4294967295u) == Where(empty, Box{1, 1, 0, 2, 2, 1}, all));
 }
 
 // Painting is compared pixel by pixel with the inside test tried on every
@@ -235,7 +231,7 @@ TEST(HullImagePaint, PaintsExactlyThePixelsThatPassTheInsideTest)
                 double b = 0.0;
                 for (std::size_t i = 0; i < d; ++i)
                     b += a[i] * p[i];
-                AddPlane(hull, a, b - shifts[pick(random)]);
+                hull = WithPlanes(hull, {{a, b - shifts[pick(random)]}});
             }
         const CSize size(24, 22, d == 3 ? 20 : 1);
         const std::string what = "round " + std::to_string(round);
@@ -258,18 +254,15 @@ TEST(HullImagePaint, BoundariesThroughPixelCentres)
                                                    {{-0.1, 0.3}, 0.4},         {{0.7, -0.1}, 3.3}};
     const CSize size(48, 19, 11);
     for (const auto& [a, level] : boundaries)
-    {
-        CConvexHullComputer one(a.size(), "one", nullptr);
-        AddPlane(one, a, level - eps);
-        ExpectPaintsTheInsidePixels(one, size, "boundary " + std::to_string(level));
-    }
+        ExpectPaintsTheInsidePixels(WithPlanes(CConvexHullComputer(a.size(), "one", nullptr), {{a, level - eps}}), size,
+                                    "boundary " + std::to_string(level));
 
     for (double scale : {1.0, 0.7, 1.3, 3.1, 0.37, 9.0})
         for (int level = 1; level <= 4; ++level)
         {
             // -0.1 x + 0.3 y + 0.7 z = level on the probes x = 3y + 7z - 10 level.
-            CConvexHullComputer plane(3, "plane", nullptr);
-            AddPlane(plane, {-0.1 * scale, 0.3 * scale, 0.7 * scale}, level * scale - eps);
+            const CConvexHullComputer plane =
+                WithPlanes(CConvexHullComputer(3, "plane", nullptr), {{{-0.1 * scale, 0.3 * scale, 0.7 * scale}, level * scale - eps}});
             const int x = 3 * 6 + 7 * 4 - 10 * level; // on the boundary in row (6, 4)
             const std::string what = "scale " + std::to_string(scale) + ", level " + std::to_string(level);
             ExpectPaintsTheInsidePixels(plane, CSize(40, 12, 8), what + ", inside but a corner", Box{x, 0, 0, 39, 6, 4});
@@ -284,7 +277,7 @@ TEST(HullImagePaint, BoundariesThroughPixelCentres)
 TEST(HullImagePaint, NonFiniteEquations)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
-    const std::pair<std::vector<std::pair<Point, double>>, Box> cases[] = {
+    const std::pair<Planes, Box> cases[] = {
         {{{{0, nan, 0}, 0.0}}, {1, 1, 0, 5, 5, 4}}, // the whole box [1, 5] x [1, 5] x [0, 4]
         {{{{0, nan, 0}, 0.0}, {{0, 0, inf}, 0.0}}, {1, 1, 0, 5, 5, 0}},
         {{{{1e200, 0, 0}, 1e200}}, {1, 1, 0, 1, 5, 4}},
@@ -294,17 +287,10 @@ TEST(HullImagePaint, NonFiniteEquations)
         corners.push_back({1.0 + 4 * (i & 1), 1.0 + 2 * (i & 2), 1.0 * (i & 4)});
     for (const auto& [planes, kept] : cases)
     {
-        CConvexHullComputer hull = HullPoints::Computed(corners);
-        for (const auto& [a, b] : planes)
-            AddPlane(hull, a, b);
+        const CConvexHullComputer hull = WithPlanes(HullPoints::Computed(corners), planes);
         CImage image(IMAGE_GREY_8, CSize(7, 7, 7));
         hull.paintConvexHullToImage(image);
-        Pixels expected;
-        for (int i = 0; i < 7 * 7 * 7; ++i)
-            if (i % 7 >= kept.xmin && i % 7 <= kept.xmax && i / 7 % 7 >= kept.ymin && i / 7 % 7 <= kept.ymax &&
-                i / 49 >= kept.zmin && i / 49 <= kept.zmax)
-                expected.emplace(i % 7, i / 7 % 7, i / 49);
-        EXPECT_TRUE(SetPixels(image, 1) == expected) << kept.xmax << " " << kept.zmax;
+        EXPECT_TRUE(SetPixels(image, 1) == Where(image, kept, [](int, int, int) { return true; })) << kept.xmax << " " << kept.zmax;
         ExpectPaintsTheInsidePixels(hull, CSize(7, 7, 7), "beyond the image", Box{-2, -2, -2, 9, 9, 9});
         ExpectPaintsTheInsidePixels(hull, CSize(7, 7, 7), "no slice 0", Box{0, 0, 1, 6, 6, 6});
     }
