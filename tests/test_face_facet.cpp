@@ -50,23 +50,11 @@ TEST(Face, DimensionsExactVerticesAndTwelveDigitPrint)
                                 "0.333333333333 -2 \n1e-13 \n\nVertices:\n0.666666666667 1 \n0 123456789.123 \n\n");
 }
 
-// A facet through a ridge and a point is the facet through all the points,
-// with d empty neighbour slots and no outside points.
-TEST(Facet, ThroughARidgeAndAPoint)
-{
-    CMatrix<double> R = Columns({{0.5, 0.1, 0.2}, {1, 0.3, 0.1}}), refPoint = Col({9, 9, 9});
-    CFacetConnector ridge(nullptr, nullptr, R, refPoint);
-    const CFacet viaRidge(&ridge, Col({0.2, 1.1, 0.4}));
-    const CFacet direct(Columns({{0.5, 0.1, 0.2}, {1, 0.3, 0.1}, {0.2, 1.1, 0.4}}));
-    EXPECT_TRUE(viaRidge.getA() == direct.getA() && viaRidge.getb() == direct.getb());
-    EXPECT_TRUE(viaRidge.getVertices() == direct.getVertices() && viaRidge.getOutsideSet().empty());
-    EXPECT_EQ(viaRidge.getNeighbours(), std::vector<CFacet*>(3, nullptr));
-    EXPECT_TRUE(direct.getDimSpace() == 3 && direct.getDimSelf() == 2);
-}
-
 // For random points, up to dimensions beyond the facet's stack storage, the
 // normal is a unit vector orthogonal to every edge and b is A times the first
-// vertex, summed in index order.
+// vertex, summed in index order. The facet through the ridge of all but the
+// last point and that point is the same, with d empty neighbour slots and no
+// outside points.
 TEST(Facet, NormalIsAUnitVectorOrthogonalToTheEdges)
 {
     std::mt19937 gen(1);
@@ -87,6 +75,15 @@ TEST(Facet, NormalIsAUnitVectorOrthogonalToTheEdges)
         EXPECT_EQ(f.getb()(0, 0), b) << d;
         for (std::size_t i = 1; i < d; ++i)
             EXPECT_NEAR((f.getA() * V.GetCol(i))(0, 0), b, 1e-12) << d << " " << i;
+        EXPECT_TRUE(f.getDimSpace() == d && f.getDimSelf() == d - 1 && f.getVertices() == V);
+
+        CMatrix<double> ridge(d, 0), reference = Col(Point(d, 9.0));
+        for (std::size_t c = 0; c + 1 < d; ++c)
+            ridge.AddCols(V.GetCol(c));
+        CFacetConnector connector(nullptr, nullptr, ridge, reference);
+        const CFacet viaRidge(&connector, V.GetCol(d - 1));
+        EXPECT_TRUE(viaRidge.getA() == f.getA() && viaRidge.getb() == f.getb() && viaRidge.getVertices() == V) << d;
+        EXPECT_TRUE(viaRidge.getOutsideSet().empty() && viaRidge.getNeighbours() == std::vector<CFacet*>(d, nullptr));
     }
 }
 
