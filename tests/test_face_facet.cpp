@@ -6,9 +6,7 @@
 #include <cmath>
 #include <functional>
 #include <random>
-#include <string>
 #include <tuple>
-#include <vector>
 
 using namespace TOLX;
 using namespace testsupport;
