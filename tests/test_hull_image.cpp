@@ -173,26 +173,6 @@ TEST(HullImage, FailuresAndThePointsLeftBehind)
     EXPECT_EQ(binary.GetPixel(1, 1, 1), 255u);
 }
 
-TEST(HullImagePaint, CubeCornersAndEmptyHulls)
-{
-    std::vector<Point> corners;
-    for (int i = 0; i < 8; ++i)
-        corners.push_back({1.0 + 2 * (i & 1), 1.0 + (i & 2), 1.0 + (i & 4) / 2});
-    const CConvexHullComputer cube = HullPoints::Computed(corners);
-    const auto all = [](int, int, int) { return true; };
-    CImage image(IMAGE_GREY_8, CSize(6, 6, 6));
-    cube.paintConvexHullToImage(image);
-    EXPECT_TRUE(SetPixels(image, 1) == Where(image, Box{1, 1, 1, 3, 3, 3}, all));
-    // Within a smaller box only the box is painted, in the given colour.
-    CImage boxed(IMAGE_GREY_16, CSize(6, 6, 6));
-    cube.paintConvexHullToImage(boxed, Box{2, 0, 0, 5, 5, 1}, 700);
-    EXPECT_TRUE(SetPixels(boxed, 700) == Where(boxed, Box{2, 1, 1, 3, 3, 1}, all));
-    // Without a hull the whole box is painted.
-    CImage empty(IMAGE_GREY_32, CSize(4, 3, 2));
-    HullPoints::HullOf({}, 3).paintConvexHullToImage(empty, Box{1, 1, 0, 2, 2, 1}, 4294967295u);
-    EXPECT_TRUE(SetPixels(empty, 4294967295u) == Where(empty, Box{1, 1, 0, 2, 2, 1}, all));
-}
-
 // Painting is compared pixel by pixel with the inside test tried on every
 // pixel, in every pixel type, within the image and within boxes reaching
 // outside it: random hulls of integer points (many pixels on the boundary),
@@ -270,28 +250,37 @@ TEST(HullImagePaint, BoundariesThroughPixelCentres)
         }
 }
 
-// A plane with a NaN component rejects nothing; one with an infinite
-// component rejects depending on the sign of the coordinate it multiplies
-// (0 times infinity is NaN and rejects nothing); a huge finite one leaves
-// only its boundary.
-TEST(HullImagePaint, NonFiniteEquations)
+// The hull of the box [1, 5] x [1, 5] x [0, 4] with planes added, painted
+// with the defaults or within a box in another colour. A plane with a NaN
+// component rejects nothing; one with an infinite component rejects depending
+// on the sign of the coordinate it multiplies (0 times infinity is NaN and
+// rejects nothing); a huge finite one leaves only its boundary. Without any
+// equations the whole box is painted.
+TEST(HullImagePaint, BoxHullsWithAddedPlanes)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
-    const std::pair<Planes, Box> cases[] = {
-        {{{{0, nan, 0}, 0.0}}, {1, 1, 0, 5, 5, 4}}, // the whole box [1, 5] x [1, 5] x [0, 4]
-        {{{{0, nan, 0}, 0.0}, {{0, 0, inf}, 0.0}}, {1, 1, 0, 5, 5, 0}},
-        {{{{1e200, 0, 0}, 1e200}}, {1, 1, 0, 1, 5, 4}},
+    // the added planes, the box painted in colour 700, the pixels painted
+    const std::tuple<Planes, std::optional<Box>, Box> cases[] = {
+        {{}, {}, {1, 1, 0, 5, 5, 4}},
+        {{}, Box{2, 0, 0, 6, 6, 1}, {2, 1, 0, 5, 5, 1}},
+        {{{{0, nan, 0}, 0.0}}, {}, {1, 1, 0, 5, 5, 4}},
+        {{{{0, nan, 0}, 0.0}, {{0, 0, inf}, 0.0}}, {}, {1, 1, 0, 5, 5, 0}},
+        {{{{1e200, 0, 0}, 1e200}}, {}, {1, 1, 0, 1, 5, 4}},
     };
     std::vector<Point> corners;
     for (int i = 0; i < 8; ++i)
         corners.push_back({1.0 + 4 * (i & 1), 1.0 + 2 * (i & 2), 1.0 * (i & 4)});
-    for (const auto& [planes, kept] : cases)
+    const auto all = [](int, int, int) { return true; };
+    for (const auto& [planes, box, kept] : cases)
     {
         const CConvexHullComputer hull = WithPlanes(HullPoints::Computed(corners), planes);
-        CImage image(IMAGE_GREY_8, CSize(7, 7, 7));
-        hull.paintConvexHullToImage(image);
-        EXPECT_TRUE(SetPixels(image, 1) == Where(image, kept, [](int, int, int) { return true; })) << kept.xmax << " " << kept.zmax;
+        CImage image(IMAGE_GREY_16, CSize(7, 7, 7));
+        box ? hull.paintConvexHullToImage(image, *box, 700) : hull.paintConvexHullToImage(image);
+        EXPECT_TRUE(SetPixels(image, box ? 700 : 1) == Where(image, kept, all)) << kept.xmax << " " << kept.zmax;
         ExpectPaintsTheInsidePixels(hull, CSize(7, 7, 7), "beyond the image", Box{-2, -2, -2, 9, 9, 9});
         ExpectPaintsTheInsidePixels(hull, CSize(7, 7, 7), "no slice 0", Box{0, 0, 1, 6, 6, 6});
     }
+    CImage empty(IMAGE_GREY_32, CSize(4, 3, 2));
+    HullPoints::HullOf({}, 3).paintConvexHullToImage(empty, Box{1, 1, 0, 2, 2, 1}, 4294967295u);
+    EXPECT_TRUE(SetPixels(empty, 4294967295u) == Where(empty, Box{1, 1, 0, 2, 2, 1}, all));
 }
