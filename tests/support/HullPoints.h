@@ -17,11 +17,8 @@
 
 namespace HullPoints
 {
-enum class Shape
-{
-    Ball,   // uniform in the unit d-ball
-    Sphere, // uniform on the unit sphere, so every point is a hull vertex
-};
+// Uniform in the unit d-ball, or on the unit sphere (every point a hull vertex).
+enum class Shape { Ball, Sphere };
 
 inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shape, unsigned seed)
 {
@@ -48,8 +45,7 @@ inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shap
 
 // Appends an exact copy of every `every`-th point and shuffles the points, so
 // that copies are not next to their originals.
-inline std::vector<double> WithDuplicates(const std::vector<double>& coords, std::size_t dim, std::size_t every,
-                                          unsigned seed)
+inline std::vector<double> WithDuplicates(const std::vector<double>& coords, std::size_t dim, std::size_t every, unsigned seed)
 {
     std::vector<std::size_t> order(coords.size() / dim);
     std::iota(order.begin(), order.end(), std::size_t{0});

@@ -53,9 +53,7 @@ public:
     {
         std::vector<std::vector<double>> planes;
         ForEachFacet([&](const double* normal, double offset) {
-            std::vector<double> plane(normal, normal + m_dim);
-            plane.push_back(-offset);
-            planes.push_back(plane);
+            planes.emplace_back(normal, normal + m_dim).push_back(-offset);
         });
         return planes;
     }
