@@ -114,7 +114,7 @@ TEST(FaceAndFacet, ConstructionFailuresCarryTheirMessages)
         ExpectThrowAt(action, message, "TOLX::C" + type + "::C" + type, "src/Numeric/" + type + ".cpp", line);
 }
 
-TEST(Facet, GetFurthestTakesFirstOfEquallyHighPointsAboveTolerance)
+TEST(Facet, FurthestIsTheFirstOfEquallyHighPointsAboveToleranceAndNeighboursFillSlots)
 {
     CFacet f(Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}));
     if (f.getA()(0, 2) < 0)
@@ -136,11 +136,8 @@ TEST(Facet, GetFurthestTakesFirstOfEquallyHighPointsAboveTolerance)
     EXPECT_EQ(f.getOutsideSet().front()(0, 0), 4.0);
     EXPECT_TRUE(f.getFurthest(p));
     EXPECT_TRUE(p == Col({3, 0, 3}));
-}
 
-TEST(Facet, AddNeighbourFillsSlotOfTheUnsharedVertex)
-{
-    CFacet f(Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}));
+    // A neighbour fills the slot of the vertex it does not share.
     CFacet g(Columns({{0, 0, 0}, {0, 0, 1}, {0, 1, 0}})); // lacks f's vertex 1
     CFacet h(Columns({{1, 0, 0}, {0, 1, 0}, {1, 1, 1}})); // lacks f's vertex 0
     f.addNeighbour(&g);
