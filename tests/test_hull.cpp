@@ -42,16 +42,14 @@ std::vector<long> NeighbourIndices(const CFacet* f, const std::list<CFacet*>& al
 // The message of what the call throws, empty when it returns.
 template <class Call>
 std::string ThrownBy(Call&& call)
+try
 {
-    try
-    {
-        call();
-    }
-    catch (const std::exception& e)
-    {
-        return e.what();
-    }
+    call();
     return "";
+}
+catch (const std::exception& e)
+{
+    return e.what();
 }
 } // namespace
 
@@ -121,9 +119,8 @@ TEST(Hull, InsideTestHasAnAbsoluteToleranceOf1e12)
     std::vector<Point> cube;
     for (int i = 0; i < 8; ++i)
         cube.push_back({double(i & 1), double((i >> 1) & 1), double((i >> 2) & 1)});
-    CConvexHullComputer hull = HullOf(cube);
-    EXPECT_TRUE(hull.isInside(Col({100, 100, 100}))); // no equations yet
-    hull.compute();
+    EXPECT_TRUE(HullOf(cube).isInside(Col({100, 100, 100}))); // no equations yet
+    const CConvexHullComputer hull = Computed(cube);
     EXPECT_EQ(hull.GetFacets().size(), 12u);
     EXPECT_EQ(hull.getA().size(), 6u); // two coplanar triangles per side
     const std::pair<Point, bool> probes[] = {{{1, 1, 1}, true},           {{1 + 1e-13, 0.5, 0.5}, true},
@@ -313,20 +310,20 @@ TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
     const auto random = [](std::size_t d, std::size_t n, Shape shape, unsigned seed) { return Rows(Random(d, n, shape, seed), d); };
     // Ten points on the plane z = x + y: every attempt at a start simplex
     // fails, each a selection sampling of 4 of 10 indices.
-    std::vector<Point> grid, square, prism, plane;
-    for (int i = 0; i < 10; ++i)
-        plane.push_back({double(i % 4), double(i / 4), double(i % 4 + i / 4)});
-    // A grid: many coplanar facets, points on facets and duplicates.
-    for (int i = 0; i < 84; ++i)
-        grid.push_back({double(i % 4), double((i / 4) % 4), double(i % 64 / 16)});
-    for (int i = 0; i < 100; ++i)
-        square.push_back({double(i % 10), double(i / 10)});
-    // A flat prism of 30000 radius: a new facet's plane misses one of its own
+    // A grid: many coplanar facets, points on facets and duplicates. A flat
+    // prism of 30000 radius: a new facet's plane misses one of its own
     // vertices by more than 1e-12, the vertex comes back above it, is chosen
     // again and is found among the vertices of a facet it sees.
+    std::vector<Point> plane, grid, square, prism;
     for (int i = 0; i < 100; ++i)
-        prism.push_back({30000 * std::cos(2 * M_PI * (i / 2) / 50), 30000 * std::sin(2 * M_PI * (i / 2) / 50),
-                         double(i % 2)});
+    {
+        if (i < 10)
+            plane.push_back({double(i % 4), double(i / 4), double(i % 4 + i / 4)});
+        if (i < 84)
+            grid.push_back({double(i % 4), double((i / 4) % 4), double(i % 64 / 16)});
+        square.push_back({double(i % 10), double(i / 10)});
+        prism.push_back({30000 * std::cos(2 * M_PI * (i / 2) / 50), 30000 * std::sin(2 * M_PI * (i / 2) / 50), double(i % 2)});
+    }
     // label, points, seed of the start simplex draw, what both throw
     const std::tuple<const char*, std::vector<Point>, unsigned, const char*> cases[] = {
         {"ball d=2", random(2, 600, Shape::Ball, 9), 13, ""},  {"ball d=3", random(3, 600, Shape::Ball, 10), 14, ""},

@@ -234,19 +234,16 @@ TEST(HullImagePaint, BoundariesThroughPixelCentres)
                                                    {{-0.1, 0.3}, 0.4},         {{0.7, -0.1}, 3.3}};
     const CSize size(48, 19, 11);
     for (const auto& [a, level] : boundaries)
-        ExpectPaintsTheInsidePixels(WithPlanes(CConvexHullComputer(a.size(), "one", nullptr), {{a, level - eps}}), size,
-                                    "boundary " + std::to_string(level));
+        ExpectPaintsTheInsidePixels(WithPlanes(HullPoints::HullOf({}, a.size()), {{a, level - eps}}), size, "lattice");
 
     for (double scale : {1.0, 0.7, 1.3, 3.1, 0.37, 9.0})
         for (int level = 1; level <= 4; ++level)
         {
             // -0.1 x + 0.3 y + 0.7 z = level on the probes x = 3y + 7z - 10 level.
-            const CConvexHullComputer plane =
-                WithPlanes(CConvexHullComputer(3, "plane", nullptr), {{{-0.1 * scale, 0.3 * scale, 0.7 * scale}, level * scale - eps}});
+            const auto plane = WithPlanes(HullPoints::HullOf({}, 3), {{{-0.1 * scale, 0.3 * scale, 0.7 * scale}, level * scale - eps}});
             const int x = 3 * 6 + 7 * 4 - 10 * level; // on the boundary in row (6, 4)
-            const std::string what = "scale " + std::to_string(scale) + ", level " + std::to_string(level);
-            ExpectPaintsTheInsidePixels(plane, CSize(40, 12, 8), what + ", inside but a corner", Box{x, 0, 0, 39, 6, 4});
-            ExpectPaintsTheInsidePixels(plane, CSize(40, 12, 8), what + ", outside but a corner", Box{0, 6, 4, x, 11, 7});
+            ExpectPaintsTheInsidePixels(plane, CSize(40, 12, 8), "inside but a corner", Box{x, 0, 0, 39, 6, 4});
+            ExpectPaintsTheInsidePixels(plane, CSize(40, 12, 8), "outside but a corner", Box{0, 6, 4, x, 11, 7});
         }
 }
 
