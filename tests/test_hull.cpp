@@ -27,15 +27,12 @@ bool Near(const Point& a, const Point& b, double tolerance)
            std::equal(a.begin(), a.end(), b.begin(), [&](double x, double y) { return std::fabs(x - y) <= tolerance; });
 }
 
-// For each neighbour slot of f, the neighbour's position in all (-1: none).
+// For each neighbour slot of f, the neighbour's position in all (all.size(): none).
 std::vector<long> NeighbourIndices(const CFacet* f, const std::list<CFacet*>& all)
 {
     std::vector<long> result;
     for (const CFacet* g : f->getNeighbours())
-    {
-        const auto at = std::find(all.begin(), all.end(), g);
-        result.push_back(at == all.end() ? -1 : std::distance(all.begin(), at));
-    }
+        result.push_back(std::distance(all.begin(), std::find(all.begin(), all.end(), g)));
     return result;
 }
 
@@ -249,12 +246,9 @@ struct ReferenceHull
                     chosen.push_back(i);
             std::size_t index = 0, column = 0;
             for (const CMatrix<double>& q : points)
-                if (std::find(chosen.begin(), chosen.end(), index++) != chosen.end())
-                {
+                if (std::find(chosen.begin(), chosen.end(), index++) != chosen.end() && ++column)
                     for (std::size_t r = 0; r < d; ++r)
-                        S(r, column) = q(r, 0);
-                    ++column;
-                }
+                        S(r, column - 1) = q(r, 0);
             if (CConvexHullComputer::areAffinelyIndependent(S))
                 return;
         }

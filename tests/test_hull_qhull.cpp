@@ -63,7 +63,7 @@ TEST(HullQhull, RandomPointsGiveQhullsPlanesAndVertices)
             SCOPED_TRACE(std::to_string(dim) + "-D, seed " + std::to_string(seed) + (duplicated ? ", duplicates" : ""));
             std::vector<double> coords = Random(dim, count, shape, seed);
             if (duplicated)
-                coords = WithDuplicates(coords, dim, 3, seed + 1000);
+                coords = WithDuplicates(coords, dim, 3);
             CQhullRun qhull(coords, dim);
             const TOLX::CConvexHullComputer ours = Computed(Rows(coords, dim));
             EXPECT_EQ(qhull.ExitCode(), 0);

@@ -43,19 +43,16 @@ inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shap
     return coords;
 }
 
-// Appends an exact copy of every `every`-th point and shuffles the points, so
+// Appends an exact copy of every `every`-th point, after all the points, so
 // that copies are not next to their originals.
-inline std::vector<double> WithDuplicates(const std::vector<double>& coords, std::size_t dim, std::size_t every, unsigned seed)
+inline std::vector<double> WithDuplicates(std::vector<double> coords, std::size_t dim, std::size_t every)
 {
-    std::vector<std::size_t> order(coords.size() / dim);
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    for (std::size_t i = 0, count = order.size(); i < count; i += every)
-        order.push_back(i);
-    std::shuffle(order.begin(), order.end(), std::mt19937(seed));
-    std::vector<double> result;
-    for (std::size_t i : order)
-        result.insert(result.end(), coords.begin() + long(i * dim), coords.begin() + long((i + 1) * dim));
-    return result;
+    const std::size_t size = coords.size();
+    coords.reserve(size + size / every + dim);
+    for (std::size_t i = 0; i < size; ++i)
+        if (i / dim % every == 0)
+            coords.push_back(coords[i]);
+    return coords;
 }
 
 // The points of a flat array, one vector each.
