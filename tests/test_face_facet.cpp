@@ -30,8 +30,6 @@ TEST(Face, DimensionsExactVerticesAndTwelveDigitPrint)
     EXPECT_TRUE(f.getA() == A && f.getb() == b && f.getVertices() == V);
     const CFace empty(3, 1);
     EXPECT_TRUE(empty.getA() == CMatrix<double>(2, 3) && empty.getb() == CMatrix<double>(2, 1));
-    CMatrix<double> A13(1, 3), b11(1, 1), V33(3, 3);
-    EXPECT_NO_THROW(CFace(A13, b11, V33));
 
     // hasVertex is exact; print shows twelve digits.
     A = CMatrix<double>(1, 2), b = CMatrix<double>(1, 1), V = Columns({{0.5, 0.25}, {3, 4}});
@@ -112,6 +110,7 @@ TEST(FaceAndFacet, ConstructionFailuresCarryTheirMessages)
     };
     for (const auto& [type, action, message, line] : cases)
         ExpectThrowAt(action, message, "TOLX::C" + type + "::C" + type, "src/Numeric/" + type + ".cpp", line);
+    EXPECT_NO_THROW(CFace(A13, b11, V33));
 }
 
 TEST(Facet, FurthestIsTheFirstOfEquallyHighPointsAboveToleranceAndNeighboursFillSlots)

@@ -36,18 +36,6 @@ std::vector<long> NeighbourIndices(const CFacet* f, const std::list<CFacet*>& al
     return result;
 }
 
-// The message of what the call throws, empty when it returns.
-template <class Call>
-std::string ThrownBy(Call&& call)
-try
-{
-    call();
-    return "";
-}
-catch (const std::exception& e)
-{
-    return e.what();
-}
 } // namespace
 
 // The unit square from the triangle of its first three corners: the fourth
@@ -60,8 +48,7 @@ TEST(Hull, SquareInThePlaneRunsAsDerivedByHand)
     hull.compute(Columns({c0, c1, c2}));
     const std::list<CFacet*> facets = hull.GetFacets();
     const std::vector<Point> equations = Equations(hull);
-    ASSERT_EQ(facets.size(), 4u);
-    ASSERT_EQ(equations.size(), 4u);
+    ASSERT_TRUE(facets.size() == 4u && equations.size() == 4u);
     // The two new edges (the one through c2 built second), then the simplex
     // edges c0-c1 and c1-c2 in reverse order of creation; each with its
     // neighbours' positions and its equation, which come in reverse order.
@@ -111,7 +98,7 @@ TEST(Hull, StartPointFailures)
     EXPECT_EQ(vertices, (std::vector<Point>{{0, 0, 0}, {0, 0, 3}, {0, 2, 0}, {1, 0, 0}}));
 }
 
-TEST(Hull, InsideTestHasAnAbsoluteToleranceOf1e12)
+TEST(Hull, InsideTestAndVertexListsHaveTheirOwnTolerances)
 {
     std::vector<Point> cube;
     for (int i = 0; i < 8; ++i)
@@ -125,13 +112,11 @@ TEST(Hull, InsideTestHasAnAbsoluteToleranceOf1e12)
                                              {{0.5, 0.5, -1e-11}, false}};
     for (const auto& [p, inside] : probes)
         EXPECT_EQ(hull.isInside(Col(p)), inside) << p[0] << " " << p[1] << " " << p[2];
-}
 
-// Two hull vertices that differ by delta in one coordinate only: getVertices
-// identifies them within 1e-6 in x but compares z exactly; GetVertices within
-// 1e-8 in every coordinate but the last, which it compares exactly.
-TEST(Hull, VertexListsUseTheirOwnTolerances)
-{
+    // Two hull vertices that differ by delta in one coordinate only:
+    // getVertices identifies them within 1e-6 in x but compares z exactly;
+    // GetVertices within 1e-8 in every coordinate but the last, which it
+    // compares exactly.
     // axis, delta, whether GetVertices counts, the count
     const std::tuple<std::size_t, double, bool, std::size_t> cases[] = {
         {0, 1e-7, false, 3}, {2, 1e-7, false, 6}, {0, 1e-9, true, 3}, {2, 1e-9, true, 6}, {0, 1e-7, true, 6}};

@@ -38,14 +38,7 @@ std::string RunJob(unsigned id)
         Add(out, vertex);
     for (const std::vector<double>& probe : Rows(Random(3, 50, Shape::Ball, id + 100), 3))
         out += hull.isInside(testsupport::Col(probe)) ? '1' : '0';
-    try
-    {
-        HullPoints::HullOf({{0, 0, 0}}).compute();
-    }
-    catch (const TOLX::CException& e)
-    {
-        out += e.what(); // the message is built on this thread too
-    }
+    out += ThrownBy([] { HullOf({{0, 0, 0}}).compute(); }); // the message is built on this thread too
 
     // An image hull painted back.
     TOLX::CImage image(TOLX::IMAGE_GREY_8, TOLX::CSize(12, 10, 8)), painted(TOLX::IMAGE_GREY_16, TOLX::CSize(12, 10, 8));

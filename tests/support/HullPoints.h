@@ -1,7 +1,7 @@
 #pragma once
 
 // Reproducible point sets for comparing convex hulls, and the hull computer's
-// input and results as plain numbers. Random points are stored row by row in
+// input and results as plain numbers, its failures as text. Random points are stored row by row in
 // one flat array: point i occupies [i * dim, (i + 1) * dim).
 
 #include "Matrices.h"
@@ -13,6 +13,8 @@
 #include <list>
 #include <numeric>
 #include <random>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace HullPoints
@@ -79,6 +81,19 @@ inline TOLX::CConvexHullComputer Computed(const std::vector<std::vector<double>>
     TOLX::CConvexHullComputer hull = HullOf(points);
     hull.compute();
     return hull;
+}
+
+// The message of what the call throws, empty when it returns.
+template <class Call>
+std::string ThrownBy(Call&& call)
+try
+{
+    call();
+    return "";
+}
+catch (const std::exception& e)
+{
+    return e.what();
 }
 
 // The elements of each matrix of a list.
