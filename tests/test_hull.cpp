@@ -229,11 +229,9 @@ struct ReferenceHull
             for (std::uint32_t i = 0; chosen.size() <= d; ++i)
                 if (Rand15() * (1.0 / 32768.0) * double(n - i) < double(d + 1 - chosen.size()))
                     chosen.push_back(i);
-            std::size_t index = 0, column = 0;
-            for (const CMatrix<double>& q : points)
-                if (std::find(chosen.begin(), chosen.end(), index++) != chosen.end() && ++column)
-                    for (std::size_t r = 0; r < d; ++r)
-                        S(r, column - 1) = q(r, 0);
+            for (std::size_t column = 0; column < chosen.size() && chosen[column] < n; ++column)
+                for (std::size_t r = 0; r < d; ++r)
+                    S(r, column) = (*std::next(points.begin(), long(chosen[column])))(r, 0);
             if (CConvexHullComputer::areAffinelyIndependent(S))
                 return;
         }

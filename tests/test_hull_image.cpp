@@ -184,9 +184,8 @@ TEST(HullImagePaint, PaintsExactlyThePixelsThatPassTheInsideTest)
     std::mt19937 random(5);
     std::uniform_real_distribution<double> component(-2.0, 2.0), coordinate(-4.0, 28.0);
     std::uniform_int_distribution<int> pick(0, 7);
-    const double special[] = {0.0, -0.0, 1e-300, -4e-320, 1e-17, -3e-13, 1e-9, 2e-6};
-    const double eps = 1e-12;
-    const double shifts[] = {0.0, eps, -eps, std::nextafter(eps, 1.0), std::nextafter(eps, 0.0), 3e-12, -5e-13, 0.7};
+    const double eps = 1e-12, special[] = {0.0, -0.0, 1e-300, -4e-320, 1e-17, -3e-13, 1e-9, 2e-6},
+                 shifts[] = {0.0, eps, -eps, std::nextafter(eps, 1.0), std::nextafter(eps, 0.0), 3e-12, -5e-13, 0.7};
     const IImage::CType types[] = {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_BINARY_FG};
     for (int round = 0; round < 32; ++round)
     {

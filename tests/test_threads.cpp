@@ -59,8 +59,7 @@ std::string RunJob(unsigned id)
 
 TEST(Threads, ConcurrentHullsGiveTheSingleThreadedResults)
 {
-    constexpr unsigned kThreads = 4;
-    constexpr int kRounds = 3;
+    constexpr unsigned kThreads = 4, kRounds = 3;
     std::vector<std::string> expected;
     for (unsigned id = 0; id < kThreads; ++id)
         expected.push_back(RunJob(id));
@@ -76,12 +75,12 @@ TEST(Threads, ConcurrentHullsGiveTheSingleThreadedResults)
             ++ready;
             while (ready.load() < kThreads)
                 std::this_thread::yield();
-            for (int round = 0; round < kRounds; ++round)
+            for (unsigned round = 0; round < kRounds; ++round)
                 results[id][round] = RunJob(id);
         });
     for (std::thread& t : threads)
         t.join();
     for (unsigned id = 0; id < kThreads; ++id)
-        for (int round = 0; round < kRounds; ++round)
+        for (unsigned round = 0; round < kRounds; ++round)
             EXPECT_TRUE(results[id][round] == expected[id]) << "thread " << id << ", round " << round;
 }
