@@ -1,7 +1,5 @@
-#include "VornNumeric.h"
+#include "ExpectThrow.h"
 #include "Numeric/helpers/nrSVD.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
@@ -9,10 +7,23 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <new>
 #include <random>
 #include <vector>
 
 using TOLX::CNrSvd;
+
+namespace
+{
+// Lets a test make the worker's own work-vector allocation fail.
+bool failNothrowArrayNew = false;
+} // namespace
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    try { return failNothrowArrayNew ? nullptr : ::operator new[](size); }
+    catch (...) { return nullptr; }
+}
 
 namespace
 {
@@ -100,4 +111,15 @@ TEST(SvdWithoutU, EveryShapeGivesTheFullWorkersBits)
     for (const auto& [m, n] : shapes)
         for (const std::vector<double>& input : Inputs(m, n, 77u + m * 50 + n))
             ExpectSameBits(m, n, input);
+}
+
+TEST(Svd, WorkVectorAllocationFailureThrows)
+{
+    // Wide enough that the work vector does not fit the stack buffer.
+    TOLX::CSvdWorkspace work = Prepared(2, 40, std::vector<double>(80, 1.0));
+    failNothrowArrayNew = true;
+    ExpectThrowAt([&] { CNrSvd::svdcmp(work.A(), 2, 40, work.W(), work.V()); }, "Memory allocation error.",
+                  "CNrSvd::svdcmp", "src/Numeric/helpers/nrSVD.cpp", 60);
+    failNothrowArrayNew = false;
+    EXPECT_TRUE(work.Decompose());
 }
