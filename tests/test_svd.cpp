@@ -1,17 +1,37 @@
+// The singular value decomposition: its results, its failures, and the
+// worker without U, which must give the full worker's bits.
+
 #include "ExpectThrow.h"
 #include "Matrices.h"
 #include "Numeric/helpers/nrSVD.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <functional>
 #include <limits>
+#include <new>
 #include <random>
 #include <vector>
 
 using TOLX::CMatrix;
+using TOLX::CNrSvd;
 using TOLX::CNumeric;
 using testsupport::FromRows;
 using testsupport::Mat;
+
+namespace
+{
+// Lets a test make the worker's own work-vector allocation fail.
+bool failNothrowArrayNew = false;
+} // namespace
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    try { return failNothrowArrayNew ? nullptr : ::operator new[](size); }
+    catch (...) { return nullptr; }
+}
 
 namespace
 {
@@ -73,6 +93,62 @@ void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tol
         }
     }
 }
+
+// The worker's 1-based arrays for an m-by-n input, filled from a row-major list.
+TOLX::CSvdWorkspace Prepared(int m, int n, const std::vector<double>& rowMajor)
+{
+    TOLX::CSvdWorkspace work;
+    work.Prepare(m, n);
+    for (int i = 1; i <= m; ++i)
+        for (int j = 1; j <= n; ++j)
+            work.A()[i][j] = rowMajor[(i - 1) * n + (j - 1)];
+    return work;
+}
+
+// The bits of x; every NaN maps to one value. Which NaN an operation returns
+// follows the order of the operands in the machine code, which the compiler
+// may swap in commutative operations: no property of the source's arithmetic.
+std::uint64_t Bits(double x)
+{
+    std::uint64_t bits = 0x7ff8000000000000u;
+    if (!std::isnan(x))
+        std::memcpy(&bits, &x, sizeof bits);
+    return bits;
+}
+
+// Inputs that take the worker through its different paths: random values,
+// values over many orders of magnitude, exact small integers, zeros of both
+// signs, subnormals, rank one, a zero column, a tiny entry, and non-finite values.
+std::vector<std::vector<double>> Inputs(int m, int n, unsigned seed)
+{
+    std::mt19937 engine(seed);
+    std::uniform_real_distribution<double> unit(-1.0, 1.0);
+    std::uniform_int_distribution<int> exponent(-300, 300), small(-3, 3);
+    const std::size_t count = static_cast<std::size_t>(m) * n;
+    std::vector<double> row(n);
+    std::generate(row.begin(), row.end(), [&] { return unit(engine); });
+    const std::function<double(std::size_t)> kinds[] = {
+        [&](std::size_t) { return unit(engine); },
+        [&](std::size_t) { return std::ldexp(unit(engine), exponent(engine)); },
+        [&](std::size_t) { return static_cast<double>(small(engine)); },
+        [](std::size_t) { return 0.0; },
+        [](std::size_t k) { return k % 2 == 0 ? -0.0 : 0.0; },
+        [](std::size_t) { return 1.0; },
+        [](std::size_t k) { return std::ldexp(1.0 + static_cast<double>(k), -1070); },
+        [&](std::size_t k) { return std::ldexp(unit(engine), k % 2 == 0 ? 1000 : -1000); },
+        [&](std::size_t k) { return row[k % n]; },
+        [&](std::size_t k) { return row[k % n] * static_cast<double>(k / n + 1); },
+        [&](std::size_t k) { return k % n == 1 ? 0.0 : unit(engine); },
+        [&](std::size_t k) { return k == count / 2 ? 1e-300 : unit(engine); },
+        [&](std::size_t k) { return k == 0 ? std::numeric_limits<double>::infinity() : unit(engine); },
+        [&](std::size_t k) { return k == count - 1 ? std::numeric_limits<double>::quiet_NaN() : unit(engine); }};
+    std::vector<std::vector<double>> inputs;
+    for (std::size_t kind = 0; kind < std::size(kinds); ++kind)
+        for (int repeat = 0; repeat < (kind == 0 ? 40 : kind < 3 ? 20 : 1); ++repeat)
+            for (std::size_t k = 0; k < count; ++k)
+                (k == 0 ? inputs.emplace_back() : inputs.back()).push_back(kinds[kind](k));
+    return inputs;
+}
 } // namespace
 
 TEST(Svd, DecomposesSquareTallWideAndRankDeficientMatrices)
@@ -130,7 +206,7 @@ TEST(Svd, FloatDecomposesAndSaturatesWhenWritingBack)
     EXPECT_EQ(NarrowResult<double>(1e300), 1e300);
 }
 
-TEST(Svd, OutputsAreWrittenInPlaceAndNeverReshaped)
+TEST(Svd, OutputsAreWrittenInPlaceNeverReshapedAndWorkspacesReused)
 {
     const CMatrix<double> A = Random(3, 3, 6);
     const Decomposition reference = Decompose(A, false);
@@ -152,15 +228,12 @@ TEST(Svd, OutputsAreWrittenInPlaceAndNeverReshaped)
     for (std::size_t i = 0; i < 2; ++i)
         for (std::size_t j = 0; j < 3; ++j)
             EXPECT_EQ(small(i, j), reference.U(i, j));
-}
-
-TEST(Svd, WorkspaceReuseGivesIdenticalResults)
-{
+    // A workspace used for a larger input gives the results of a fresh one.
     TOLX::CSvdWorkspace work;
-    CMatrix<double> U(6, 5), S(5, 1), V(5, 5), U2(3, 4), S2(4, 1), V2(4, 4);
-    ASSERT_TRUE(CNumeric::Svd(Random(6, 5, 7), U, S, V, true, work) && CNumeric::Svd(Random(3, 4, 8), U2, S2, V2, true, work));
-    const Decomposition fresh = Decompose(Random(3, 4, 8), true);
-    EXPECT_TRUE(U2 == fresh.U && S2 == fresh.S && V2 == fresh.V);
+    CMatrix<double> wideU(6, 5), wideS(5, 1), wideV(5, 5), U3(3, 3), S3(3, 1), V3(3, 3);
+    ASSERT_TRUE(CNumeric::Svd(Random(6, 5, 7), wideU, wideS, wideV, true, work));
+    ASSERT_TRUE(CNumeric::Svd(A, U3, S3, V3, false, work));
+    EXPECT_TRUE(U3 == reference.U && S3 == reference.S && V3 == reference.V);
 }
 
 // The tolerance is absolute and strict: values of 1e-3 and 1e3 against 1.
@@ -180,7 +253,7 @@ TEST(Rank, CountsValuesStrictlyAboveAbsoluteTolerance)
 // guards: NaN, or singular values near 1e300 (the shift's squares overflow)
 // or 1e-300 (they underflow), never split the 2-by-2 block, so the
 // decomposition fails, writes nothing, and the rank is -1.
-TEST(Svd, InputsThatNeverConvergeWriteNothing)
+TEST(Svd, ExtremeInputsGiveThePublishedRoutinesResults)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     for (const CMatrix<double>& A : {FromRows({{nan, nan}, {nan, nan}}), FromRows({{1e300, 2e299}, {3e299, -1e300}}),
@@ -194,19 +267,13 @@ TEST(Svd, InputsThatNeverConvergeWriteNothing)
     }
     // A single column has no superdiagonal: the NaN value is returned and
     // counts towards the rank.
-    EXPECT_EQ(CNumeric::Rank(FromRows({{nan}, {1}}), 0), 1);
-    EXPECT_EQ(CNumeric::Rank(FromRows({{nan}, {1}}), 1e300), 1);
-}
-
-TEST(Svd, ExtremeElementsGiveThePublishedRoutinesResults)
-{
+    EXPECT_TRUE(CNumeric::Rank(FromRows({{nan}, {1}}), 0) == 1 && CNumeric::Rank(FromRows({{nan}, {1}}), 1e300) == 1);
     // 2^510 [[3, 1], [2, 4]] converges, but the product 2 h y of the shift
     // overflows and the second singular value, U and V come out NaN.
     CMatrix<double> huge = FromRows({{3, 1}, {2, 4}});
     huge *= 0x1p510;
     const Decomposition d = Decompose(huge, false);
-    EXPECT_EQ(d.S(0, 0), 0.0);
-    EXPECT_TRUE(std::isnan(d.S(1, 0)));
+    EXPECT_TRUE(d.S(0, 0) == 0.0 && std::isnan(d.S(1, 0)));
     for (std::size_t k = 0; k < 4; ++k)
         EXPECT_TRUE(std::isnan(d.U.Data()[k]) && std::isnan(d.V.Data()[k])) << k;
     // A subnormal superdiagonal: V's reflection divides by it, (0 / 1) / g
@@ -216,4 +283,35 @@ TEST(Svd, ExtremeElementsGiveThePublishedRoutinesResults)
     // m + 1 = -1 row pointers cannot be allocated.
     for (const std::size_t rows : {std::size_t(4294967294u), std::size_t(2147483648u)})
         EXPECT_THROW(CNumeric::Rank(CMatrix<double>(rows, 0), 0.0), std::bad_array_new_length) << rows;
+    // The worker's own work vector, wide enough not to fit the stack buffer,
+    // cannot be allocated.
+    TOLX::CSvdWorkspace work = Prepared(2, 40, std::vector<double>(80, 1.0));
+    failNothrowArrayNew = true;
+    ExpectThrowAt([&] { CNrSvd::svdcmp(work.A(), 2, 40, work.W(), work.V()); }, "Memory allocation error.",
+                  "CNrSvd::svdcmp", "src/Numeric/helpers/nrSVD.cpp", 60);
+    failNothrowArrayNew = false;
+    EXPECT_TRUE(work.Decompose());
+}
+
+// Facet shapes d - 1 by d (d = 2..8 compiled for, the next at run time) and
+// others. Equal bits alone would pass two equally wrong results: the tests
+// above check that the full worker decomposes these shapes.
+TEST(SvdWithoutU, EveryShapeGivesTheFullWorkersBits)
+{
+    std::vector<std::pair<int, int>> shapes = {{1, 1}, {3, 3}, {5, 3}, {2, 5}, {1, 4}, {9, 9}, {40, 40}};
+    for (int d = 2; d <= CNrSvd::kLargestFixedDimension + 1; ++d)
+        shapes.emplace_back(d - 1, d);
+    // Both entry points on copies of one input: the converged flag, every
+    // singular value and every element of V must have the same bits.
+    for (const auto& [m, n] : shapes)
+        for (const std::vector<double>& input : Inputs(m, n, 77u + m * 50 + n))
+        {
+            TOLX::CSvdWorkspace full = Prepared(m, n, input), lean = Prepared(m, n, input);
+            ASSERT_EQ(CNrSvd::svdcmp(full.A(), m, n, full.W(), full.V()),
+                      CNrSvd::svdcmpWithoutU(lean.A(), m, n, lean.W(), lean.V())) << m << "x" << n;
+            for (int j = 1; j <= n; ++j)
+                for (int i = 0; i <= n; ++i) // row 0 stands for the singular values
+                    ASSERT_EQ(Bits(i ? full.V()[i][j] : full.W()[j]), Bits(i ? lean.V()[i][j] : lean.W()[j]))
+                        << m << "x" << n << " v[" << i << "][" << j << "]";
+        }
 }

@@ -11,6 +11,7 @@
 
 using TOLX::CMatrix3;
 using TOLX::CVec3;
+using V = std::vector<double>;
 
 namespace
 {
@@ -20,15 +21,14 @@ struct Shaped : Base
     using Base::Reshape;
 };
 
-std::vector<double> Of(const CVec3& v) { return {v[0], v[1], v[2]}; }
+V Of(const CVec3& v) { return {v[0], v[1], v[2]}; }
 
 // The members of m, t0 then t1 then t2.
-std::vector<double> Members(const CMatrix3& m)
+V Members(const CMatrix3& m)
 {
-    std::vector<double> out;
+    V out;
     for (std::size_t i = 0; i < 3; ++i)
-        for (const double x : Of(m.Row(i)))
-            out.push_back(x);
+        out.insert(out.end(), {m.Row(i)[0], m.Row(i)[1], m.Row(i)[2]});
     return out;
 }
 
@@ -45,9 +45,8 @@ TEST(Vec3, BoundsAndShapeMessagesCarryFilledTextAndLocation)
     Shaped<CMatrix3> shapedMatrix;
     EXPECT_NO_THROW(shapedVec.Reshape(3, 1));
     EXPECT_NO_THROW(shapedMatrix.Reshape(3, 3));
-    const std::string vec = "src/Numeric/Vec3.cpp", mat = "src/Numeric/Matrix3.cpp", at = "Index exceeds matrix bounds. Tried to access index ";
-    const std::string ofVec = " but Matrix size is 3-by-1", ofMatrix = " but Matrix size is 3-by-3";
-    const std::string reshape = "Reshape into other dimensions than (3,";
+    const std::string vec = "src/Numeric/Vec3.cpp", mat = "src/Numeric/Matrix3.cpp", reshape = "Reshape into other dimensions than (3,";
+    const std::string at = "Index exceeds matrix bounds. Tried to access index ", ofVec = " but Matrix size is 3-by-1", ofMatrix = " but Matrix size is 3-by-3";
     const std::tuple<std::function<void()>, std::string, std::string, std::string, int> cases[] = {
         {[&] { v(0, 1); }, at + "(0,1)" + ofVec, "TOLX::CVec3::operator ()", vec, 96},
         {[&] { v(3, 0); }, at + "(3,0)" + ofVec, "TOLX::CVec3::operator ()", vec, 96},
@@ -99,25 +98,20 @@ TEST(Vec3, LengthNormalisationArithmeticAndConversions)
     EXPECT_TRUE(CVec3().IsNull() && CVec3(1e-300, 0, 0).IsNull() && !CVec3(1e-300, 0, 0).IsNotNull());
     EXPECT_FALSE(CVec3(1e-100, 0, 0).IsNull());
     CVec3 v(3, 0, 4), zero, tiny(1e-300, 0, 0), w(5, 0, 0);
-    EXPECT_EQ(v.Length(), 5.0);
-    EXPECT_EQ(Of(v.NormalizedCopy()), (std::vector<double>{3 * (1.0 / 5), 0, 4 * (1.0 / 5)}));
-    EXPECT_EQ(Of(v), (std::vector<double>{3, 0, 4}));
-    EXPECT_EQ(Of(v.Normalize()), (std::vector<double>{3 * (1.0 / 5), 0, 4 * (1.0 / 5)}));
-    EXPECT_EQ(Of(zero.Normalize()), (std::vector<double>{0, 0, 0}));
-    EXPECT_EQ(Of(tiny.Normalize()), (std::vector<double>{1e-300, 0, 0}));
+    const V unit{3 * (1.0 / 5), 0, 4 * (1.0 / 5)};
+    EXPECT_TRUE(v.Length() == 5.0 && Of(v.NormalizedCopy()) == unit && Of(v) == (V{3, 0, 4}) && Of(v.Normalize()) == unit);
+    EXPECT_TRUE(Of(zero.Normalize()) == (V{0, 0, 0}) && Of(tiny.Normalize()) == (V{1e-300, 0, 0}));
     ASSERT_NE(5.0 * (1.0 / 3.0), 5.0 / 3.0);
-    EXPECT_EQ((CVec3(5, 0, 0) / 3.0)[0], 5.0 * (1.0 / 3.0));
-    EXPECT_EQ((w /= 3.0)[0], 5.0 * (1.0 / 3.0));
+    EXPECT_TRUE((CVec3(5, 0, 0) / 3.0)[0] == 5.0 * (1.0 / 3.0) && (w /= 3.0)[0] == 5.0 * (1.0 / 3.0));
     EXPECT_EQ(CVec3(1, 2, 3) * CVec3(4, 5, 6), 32.0);
-    EXPECT_EQ(Of(CVec3(1, 2, 3).CrossProd(CVec3(4, 5, 6))), (std::vector<double>{-3, 6, -3}));
-    EXPECT_EQ(Of(CVec3(1, 2, 3) - CVec3(4, 6, 8) * 0.5 + -CVec3(1, 1, 1)), (std::vector<double>{-2, -2, -2}));
+    EXPECT_EQ(Of(CVec3(1, 2, 3).CrossProd(CVec3(4, 5, 6))), (V{-3, 6, -3}));
+    EXPECT_EQ(Of(CVec3(1, 2, 3) - CVec3(4, 6, 8) * 0.5 + -CVec3(1, 1, 1)), (V{-2, -2, -2}));
     const float floats[3] = {0.1f, -2.5f, 3.0f};
     w.SetFromFloats(floats);
-    EXPECT_EQ(Of(w), (std::vector<double>{static_cast<double>(0.1f), -2.5, 3.0}));
+    EXPECT_EQ(Of(w), (V{static_cast<double>(0.1f), -2.5, 3.0}));
     float out[3];
     CVec3(1e300, 0.1, -1e300).WriteFloats(out);
-    const float inf = std::numeric_limits<float>::infinity();
-    EXPECT_TRUE(out[0] == inf && out[1] == 0.1f && out[2] == -inf);
+    EXPECT_TRUE(out[0] == HUGE_VALF && out[1] == 0.1f && out[2] == -HUGE_VALF);
 }
 
 // The members are the columns: m(i, j) is element i of member j, Row(i) and
@@ -125,20 +119,20 @@ TEST(Vec3, LengthNormalisationArithmeticAndConversions)
 TEST(Matrix3, AccessAndProductsFollowTheMembers)
 {
     CMatrix3 m = oneToNine;
-    EXPECT_EQ(Of(static_cast<const CMatrix3&>(m).Col(0)), (std::vector<double>{1, 2, 3}));
+    EXPECT_EQ(Of(static_cast<const CMatrix3&>(m).Col(0)), (V{1, 2, 3}));
     EXPECT_TRUE(m(0, 1) == 4.0 && m(2, 0) == 3.0);
     m(1, 2) = 42;
     m.Col(1)[0] = -1;
-    EXPECT_EQ(Members(m), (std::vector<double>{1, 2, 3, -1, 5, 6, 7, 42, 9}));
+    EXPECT_EQ(Members(m), (V{1, 2, 3, -1, 5, 6, 7, 42, 9}));
     // Transposing rebuilds the matrix from its rows, which are its members.
     m = oneToNine;
     m.Transpose();
     EXPECT_EQ(Members(m), Members(oneToNine));
     EXPECT_EQ(Members(oneToNine.TransposedMatrix()), Members(oneToNine));
-    EXPECT_EQ(Of(oneToNine * CVec3(1, 0, 0)), (std::vector<double>{1, 4, 7}));
-    EXPECT_EQ(Members(oneToNine * oneToNine), (std::vector<double>{14, 32, 50, 32, 77, 122, 50, 122, 194}));
+    EXPECT_EQ(Of(oneToNine * CVec3(1, 0, 0)), (V{1, 4, 7}));
+    EXPECT_EQ(Members(oneToNine * oneToNine), (V{14, 32, 50, 32, 77, 122, 50, 122, 194}));
     m *= CMatrix3(CVec3::E_y(), CVec3::E_z(), CVec3::E_x());
-    EXPECT_EQ(Members(m), (std::vector<double>{2, 3, 1, 5, 6, 4, 8, 9, 7}));
+    EXPECT_EQ(Members(m), (V{2, 3, 1, 5, 6, 4, 8, 9, 7}));
     EXPECT_EQ(Members(oneToNine * 2.0 - oneToNine), Members(oneToNine));
 }
 
@@ -149,12 +143,12 @@ TEST(Matrix3, DeterminantAdjointAndInverse)
     EXPECT_TRUE(identity.AdjointMatrix() == identity && identity.InverseMatrix() == identity);
     const CMatrix3 a(CVec3(2, 0, 0), CVec3(0, 3, 0), CVec3(1, 0, 4));
     EXPECT_EQ(a.Determinant(), 24.0);
-    EXPECT_EQ(Members(a.AdjointMatrix()), (std::vector<double>{12, 0, -3, 0, 8, 0, 0, 0, 6}));
+    EXPECT_EQ(Members(a.AdjointMatrix()), (V{12, 0, -3, 0, 8, 0, 0, 0, 6}));
     EXPECT_TRUE(a * a.InverseMatrix() == identity);
     // Members (1,2,0), (0,1,0), (0,0,2): the inverse's members are the
     // columns of the textbook inverse of the matrix with those rows.
     EXPECT_EQ(Members(CMatrix3(1, 2, 0, 0, 1, 0, 0, 0, 2).InverseMatrix()),
-              (std::vector<double>{1, 0, 0, -2, 1, 0, 0, 0, 0.5}));
+              (V{1, 0, 0, -2, 1, 0, 0, 0, 0.5}));
 }
 
 // Invertible from the smallest normal determinant on, but inverting needs more.
