@@ -40,19 +40,17 @@ using Points = std::vector<Point>;
 using Vec = std::array<double, 3>;
 using Keys = std::vector<std::string>;
 
-CMoment Fed(int64 dimension, const Points& points)
+using Compute = void (CMoment::*)();
+const Compute kCovariance = &CMoment::ComputeCovariance, kInertia = &CMoment::ComputeInertia;
+
+// An accumulator fed with the points and, unless compute is null, computed.
+CMoment Fed(int64 dimension, const Points& points, Compute compute = nullptr)
 {
     CMoment m(dimension);
     for (const Point& p : points)
         m(p.w, p.x, p.y, p.z);
-    return m;
-}
-
-// Fed with the points, then computed.
-CMoment Computed(int64 dimension, const Points& points, void (CMoment::*compute)() = &CMoment::ComputeCovariance)
-{
-    CMoment m = Fed(dimension, points);
-    (m.*compute)();
+    if (compute)
+        (m.*compute)();
     return m;
 }
 
@@ -178,7 +176,7 @@ void ExpectMapOf(CMoment m, const CValueMap& map, const Keys& keys)
 // The ten sums with the products in the described order, (w x) y and so on,
 // summed in feeding order, whatever the dimension; also for a single point,
 // where (w x) y and w (x y) round differently for every pair.
-TEST(Moment, AccumulatesWeightedSums)
+TEST(Moment, AccumulatesWeightedSumsAndRoundsTheCentre)
 {
     const std::pair<double (M::*)() const, std::string> sums[] = {
         {&M::Mass, ""}, {&M::MomentX, "x"}, {&M::MomentY, "y"}, {&M::MomentZ, "z"}, {&M::getM000, ""}, {&M::getM100, "x"},
@@ -198,16 +196,29 @@ TEST(Moment, AccumulatesWeightedSums)
                     });
                 EXPECT_EQ((Fed(d, points).*getter)(), expected) << d << "-D, w" << factors << ", " << points.size();
             }
+    const int64 min = std::numeric_limits<int64>::min(), max = std::numeric_limits<int64>::max();
+    const std::pair<Vec, std::array<int64, 3>> cases[] = {
+        {{2.5, -2.5, 0.49}, {3, -3, 0}},
+        {{-0.5, 0.5, -0.49}, {-1, 1, 0}},
+        // floor(c + 0.5) in double: 2^52 + 1.5 rounds to 2^52 + 2 before the floor.
+        {{4503599627370497.0, -4503599627370497.0, 7}, {4503599627370498, -4503599627370498, 7}},
+        {{1e19, -1e19, std::nan("")}, {max, min, min}},
+        {{-9.223372036854776e18, 9.2233720368547748e18, 1e300}, {min, 9223372036854774784, max}},
+        // Exactly 2^63 is not above the bound and converts to the integer-indefinite value.
+        {{9.223372036854776e18, 0, 0}, {min, 0, 0}},
+    };
+    for (const auto& [c, expected] : cases)
+        EXPECT_EQ(AsArray(Fed(3, {{1, c[0], c[1], c[2]}}, kCovariance).CenterOfMass()), expected) << c[0] << " " << c[1];
+    EXPECT_EQ(AsArray(CMoment(2).CenterOfMass()), (std::array<int64, 3>{0, 0, 0})); // nothing computed: the initial zeros
 }
 
-TEST(Moment, DimensionAndLabelChecks)
+TEST(Moment, DimensionLabelAndEmptySpaceChecks)
 {
-    CMoment m(3);
     CObjectMoment objects(3, 2);
     const std::tuple<std::function<void()>, std::string, std::string, int> cases[] = {
         {[] { CMoment bad(0); }, kDimension, "TOLX::CMoment::CMoment", 72},
         {[] { CMoment bad(4); }, kDimension, "TOLX::CMoment::CMoment", 72},
-        {[&] { m.SetDimension(1); }, kDimension, "TOLX::CMoment::SetDimension", 78},
+        {[] { CMoment(3).SetDimension(1); }, kDimension, "TOLX::CMoment::SetDimension", 78},
         // The prototype accumulator is built first and reports the dimension, not the count.
         {[] { CObjectMoment bad(-1, 1); }, kDimension, "TOLX::CMoment::CMoment", 72},
         {[&] { objects.SetDimension(5); }, kDimension, "TOLX::CObjectMoment::SetDimension", 258},
@@ -221,24 +232,27 @@ TEST(Moment, DimensionAndLabelChecks)
     // Negative labels pass the one-sided test and fail the container's check.
     ExpectBadSubscript([&] { objects(-1, 1, 1, 0); });
     ExpectBadSubscript([&] { (void)objects.getM110(-1); });
-}
-
-TEST(Moment, CenterOfMassRoundsHalvesAwayAndSaturates)
-{
-    const int64 min = std::numeric_limits<int64>::min(), max = std::numeric_limits<int64>::max();
-    const std::pair<Vec, std::array<int64, 3>> cases[] = {
-        {{2.5, -2.5, 0.49}, {3, -3, 0}},
-        {{-0.5, 0.5, -0.49}, {-1, 1, 0}},
-        // floor(c + 0.5) in double: 2^52 + 1.5 rounds to 2^52 + 2 before the floor.
-        {{4503599627370497.0, -4503599627370497.0, 7}, {4503599627370498, -4503599627370498, 7}},
-        {{1e19, -1e19, std::nan("")}, {max, min, min}},
-        {{-9.223372036854776e18, 9.2233720368547748e18, 1e300}, {min, 9223372036854774784, max}},
-        // Exactly 2^63 is not above the bound and converts to the integer-indefinite value.
-        {{9.223372036854776e18, 0, 0}, {min, 0, 0}},
-    };
-    for (const auto& [c, expected] : cases)
-        EXPECT_EQ(AsArray(Computed(3, {{1, c[0], c[1], c[2]}}).CenterOfMass()), expected) << c[0] << " " << c[1] << " " << c[2];
-    EXPECT_EQ(AsArray(CMoment(2).CenterOfMass()), (std::array<int64, 3>{0, 0, 0})); // nothing computed: the initial zeros
+    CMoment m = Fed(3, Cloud(), kCovariance);
+    const double largestVarianceX = m.getMainInertiaAxis().x, oldCenter = m.CenterOfMassX();
+    m.Reset();
+    EXPECT_TRUE(m.Mass() == 0.0 && m.getM200() == 0.0 && m.CenterOfMassX() == oldCenter);
+    EXPECT_TRUE(m.getInertiaMoments() == std::vector<double>(3) && m.getTensorMatrix() == TOLX::CSymmMatrix<double>(3));
+    // The flag is set before the mass check: the main axis switches to axis 2.
+    ExpectThrowAt([&] { m.ComputeInertia(); }, "empty space", "TOLX::CMoment::ComputeInertia", kSource, 149);
+    EXPECT_NE(m.getMainInertiaAxis().x, largestVarianceX);
+    ExpectThrowAt([&] { m.ComputeCovariance(); }, "empty space", "TOLX::CMoment::ComputeCovariance", kSource, 206);
+    EXPECT_EQ(m.getMainInertiaAxis().x, largestVarianceX);
+    const auto compute = [&] { ExpectThrowAt([&] { m.Compute(); }, "empty space", "TOLX::CMoment::Compute", kSource, 89); };
+    EXPECT_EQ(CaptureStandardError(compute), kDeprecation);
+    m(2.220446049250313e-16, 1, 1, 1); // the bound is one machine epsilon, inclusive
+    ExpectThrowAt([&] { m.ComputeCovariance(); }, "empty space", "TOLX::CMoment::ComputeCovariance", kSource, 206);
+    m(1e-30, 1, 1, 1);
+    m.ComputeCovariance();
+    EXPECT_DOUBLE_EQ(m.CenterOfMassX(), 1.0);
+    // Before any computation the axis list is empty.
+    ExpectBadSubscript([] { (void)CMoment(3).getMainInertiaAxis(); });
+    ExpectBadSubscript([] { (void)static_cast<CValueMap>(CMoment(3)); });
+    EXPECT_TRUE(CMoment(3).getExcentricity() == 0.0 && CMoment(3).getNormM110() == 0.0);
 }
 
 // Equal moments keep their order: only strict swaps happen. In 2-D only
@@ -246,37 +260,37 @@ TEST(Moment, CenterOfMassRoundsHalvesAwayAndSaturates)
 TEST(Moment, HandDerivedDecompositions)
 {
     const Points two = {{1, -1, 0, 0}, {1, 1, 0, 0}}, cross = {{1, 1, 0, 0}, {1, -1, 0, 0}, {1, 0, 1, 0}, {1, 0, -1, 0}};
-    const std::tuple<int64, Points, void (CMoment::*)(), std::vector<double>, std::vector<Vec>> cases[] = {
-        {2, two, &CMoment::ComputeCovariance, {1, 0, 1}, {{1, 0, 0}, {0, 1, 0}, {0, 0, 0}}}, // diag(1, 0, 1)
-        {2, two, &CMoment::ComputeInertia, {2, 0, 1}, {{0, 1, 0}, {1, 0, 0}, {0, 0, 0}}},   // diag(0, 2, 1)
-        {3, cross, &CMoment::ComputeCovariance, {0.5, 0.5, 0}, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}},
-        {3, cross, &CMoment::ComputeInertia, {4, 2, 2}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}}}, // diag(2, 2, 4)
+    const std::tuple<int64, Points, Compute, std::vector<double>, std::vector<Vec>> cases[] = {
+        {2, two, kCovariance, {1, 0, 1}, {{1, 0, 0}, {0, 1, 0}, {0, 0, 0}}}, // diag(1, 0, 1)
+        {2, two, kInertia, {2, 0, 1}, {{0, 1, 0}, {1, 0, 0}, {0, 0, 0}}},   // diag(0, 2, 1)
+        {3, cross, kCovariance, {0.5, 0.5, 0}, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}},
+        {3, cross, kInertia, {4, 2, 2}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}}}, // diag(2, 2, 4)
         {3, {{1, 2, 0, 0}, {1, -2, 0, 0}, {1, 0, 1, 0}, {1, 0, -1, 0}, {1, 0, 0, 1}, {1, 0, 0, -1}},
-         &CMoment::ComputeCovariance, {4.0 / 3, 1.0 / 3, 1.0 / 3}, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}},
+         kCovariance, {4.0 / 3, 1.0 / 3, 1.0 / 3}, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}},
     };
     for (const auto& [d, points, compute, moments, axes] : cases)
     {
-        const CMoment m = Computed(d, points, compute);
+        const CMoment m = Fed(d, points, compute);
         EXPECT_EQ(m.getInertiaMoments(), moments);
         EXPECT_EQ(Axes(m), axes);
         // In 2-D (a + r) / (a - r) with a = r.
         EXPECT_EQ(d == 2 ? m.getExcentricity() : kInf, kInf);
-        EXPECT_EQ(AsArray(m.getMainInertiaAxis()), compute == &CMoment::ComputeInertia ? axes[2] : axes[0]);
+        EXPECT_EQ(AsArray(m.getMainInertiaAxis()), compute == kInertia ? axes[2] : axes[0]);
     }
     // The excentricity comes from the raw sums, whatever the computation.
     CMoment m = Fed(2, {{1, 3, 1, 0}, {2, 5, 2, 0}, {1, 4, 4, 0}, {3, 6, 1, 0}});
     const double m200 = m.getM200(), m020 = m.getM020(), m110 = m.getM110(), a = m200 + m020;
     const double r = std::sqrt(4 * m110 * m110 + (m200 - m020) * (m200 - m020));
-    for (auto compute : {&CMoment::ComputeCovariance, &CMoment::ComputeInertia, &CMoment::Compute})
+    for (auto compute : {kCovariance, kInertia, &CMoment::Compute})
     {
         CaptureStandardError([&] { (m.*compute)(); });
         EXPECT_DOUBLE_EQ(m.getExcentricity(), (a + r) / (a - r));
     }
-    EXPECT_TRUE(std::isnan(Computed(2, {{1, 0, 0, 0}}).getExcentricity())); // at the origin a = 0: NaN
+    EXPECT_TRUE(std::isnan(Fed(2, {{1, 0, 0, 0}}, kCovariance).getExcentricity())); // at the origin a = 0: NaN
     // Covariance rows (1e140, 1e-15), (1e-15, 1e-170): the rotation angle's
     // square overflows, the solver leaves (-inf, +inf), the ordering swaps
     // them and the filler 1 stays last.
-    EXPECT_EQ(Computed(2, {{1, 1e70, 1e-85, 0}, {1, -1e70, -1e-85, 0}}).getInertiaMoments(),
+    EXPECT_EQ(Fed(2, {{1, 1e70, 1e-85, 0}, {1, -1e70, -1e-85, 0}}, kCovariance).getInertiaMoments(),
               (std::vector<double>{kInf, -kInf, 1}));
 }
 
@@ -293,7 +307,7 @@ TEST(Moment, TensorsOfASkewedCloudAndTheirDecompositions)
     for (const bool inertia : {false, true})
     {
         SCOPED_TRACE(inertia ? "inertia" : "covariance");
-        const CMoment m = Computed(3, points, inertia ? &CMoment::ComputeInertia : &CMoment::ComputeCovariance);
+        const CMoment m = Fed(3, points, inertia ? kInertia : kCovariance);
         const double scale = inertia ? 1.0 : 1.0 / mass, tol = 1e-9 * trace * scale;
         for (const auto& [getter, i, j] : kNormed)
             EXPECT_NEAR((m.*getter)(), s[i][j] * scale, tol) << i << j;
@@ -323,7 +337,7 @@ TEST(Moment, TensorsOfASkewedCloudAndTheirDecompositions)
 // moments, the scaled axes matrix follows the flag; copies keep both flags.
 TEST(Moment, ScaleInvarianceAndScaledAxes)
 {
-    CMoment m = Computed(3, Cloud(), &CMoment::ComputeInertia);
+    CMoment m = Fed(3, Cloud(), kInertia);
     const std::vector<double> raw = m.getInertiaMoments();
     const std::vector<Vec> axes = Axes(m);
     m.SetScaleInvariance(true);
@@ -345,32 +359,6 @@ TEST(Moment, ScaleInvarianceAndScaledAxes)
     EXPECT_TRUE(CMoment(2).getScaledInertiaVectors().empty());
 }
 
-TEST(Moment, EmptySpaceAndTheModeFlag)
-{
-    CMoment m = Computed(3, Cloud());
-    const double largestVarianceX = m.getMainInertiaAxis().x, oldCenter = m.CenterOfMassX();
-    m.Reset();
-    EXPECT_TRUE(m.Mass() == 0.0 && m.getM200() == 0.0 && m.CenterOfMassX() == oldCenter);
-    EXPECT_TRUE(m.getInertiaMoments() == std::vector<double>(3) && m.getTensorMatrix() == TOLX::CSymmMatrix<double>(3));
-    // The flag is set before the mass check: the main axis switches to axis 2.
-    ExpectThrowAt([&] { m.ComputeInertia(); }, "empty space", "TOLX::CMoment::ComputeInertia", kSource, 149);
-    EXPECT_NE(m.getMainInertiaAxis().x, largestVarianceX);
-    ExpectThrowAt([&] { m.ComputeCovariance(); }, "empty space", "TOLX::CMoment::ComputeCovariance", kSource, 206);
-    EXPECT_EQ(m.getMainInertiaAxis().x, largestVarianceX);
-    const auto compute = [&] { ExpectThrowAt([&] { m.Compute(); }, "empty space", "TOLX::CMoment::Compute", kSource, 89); };
-    EXPECT_EQ(CaptureStandardError(compute), kDeprecation);
-    m(2.220446049250313e-16, 1, 1, 1); // the bound is one machine epsilon, inclusive
-    ExpectThrowAt([&] { m.ComputeCovariance(); }, "empty space", "TOLX::CMoment::ComputeCovariance", kSource, 206);
-    m(1e-30, 1, 1, 1);
-    m.ComputeCovariance();
-    EXPECT_DOUBLE_EQ(m.CenterOfMassX(), 1.0);
-    // Before any computation the axis list is empty.
-    const CMoment fresh(3);
-    ExpectBadSubscript([&] { (void)fresh.getMainInertiaAxis(); });
-    ExpectBadSubscript([&] { (void)static_cast<CValueMap>(fresh); });
-    EXPECT_TRUE(fresh.getExcentricity() == 0.0 && fresh.getNormM110() == 0.0);
-}
-
 // Normed moments are the central sums over the squared mass, in 3-D laid out
 // as an inertia tensor, and the mode stays as it was. In 2-D the tensor is
 // the covariance matrix from the raw sums: mass 4, centre (17/4, 9/4);
@@ -380,7 +368,7 @@ TEST(Moment, DeprecatedComputeMixesConventions)
     const Points points = Cloud();
     double mass = 0;
     const std::array<Vec, 3> s = CentralSums(points, mass);
-    CMoment m = Computed(3, points), planar = Computed(2, kPlanar);
+    CMoment m = Fed(3, points, kCovariance), planar = Fed(2, kPlanar, kCovariance);
     ExpectMapOf(planar, planar, kKeys2d);
     EXPECT_EQ(static_cast<CValueMap>(planar).Entry("inertia_or_covariance")->String(), "covariance");
     planar.ComputeInertia();

@@ -52,12 +52,11 @@ double Next(int shift)
 }
 T3 Triple(int shift) { return T3{Next(shift), Next(shift), Next(shift)}; }
 
-// Sums accumulated in the host's code, then every computation from them; the
-// labelled accumulator (labels 0..3 in turn) forwards to the same code.
-// Compute() warns on standard error, which the comparison leaves aside.
+// Sums accumulated in the host's code, then every computation from them (the
+// labelled accumulator forwards to the same code). Compute() warns on
+// standard error, which the comparison leaves aside.
 void ProbeMoments()
 {
-    CObjectMoment objects(4, 3);
     for (int dimension : {2, 3})
     {
         CMoment filled(dimension);
@@ -65,8 +64,6 @@ void ProbeMoments()
         {
             const Values v{std::fabs(Next(12)), Next(12), Next(12), dimension == 3 ? Next(12) : 0.0};
             filled(v[0], v[1], v[2], v[3]);
-            if (dimension == 3)
-                objects(static_cast<int64>(i % 4), v[1], v[2], v[3]);
         }
         for (void (CMoment::*compute)() : {&CMoment::ComputeInertia, &CMoment::ComputeCovariance, &CMoment::Compute})
         {
@@ -79,13 +76,6 @@ void ProbeMoments()
             Out("decomposition", m.getInertiaMoments());
             Out("axes", Of(m.getInertiaAxes()));
         }
-    }
-    objects.Compute();
-    for (int64 l = 0; l < 4; ++l)
-    {
-        Out("label", {objects.getM100(l), objects.getM200(l), objects.getM110(l), objects.getM101(l),
-                      objects.getM011(l), objects.getM002(l)});
-        Out("label", objects.getInertiaMoments(l));
     }
 }
 
@@ -121,9 +111,6 @@ void ProbeGeometry()
             std::printf("geometry throws %s\n", e.what());
         }
     }
-    const Values c{Next(8), Next(8), Next(8), Next(8), Next(8), Next(8), Next(8), Next(8), Next(8)};
-    Out("roots", RootsOfPolynom4thOrder(c[0], c[1], c[2], c[3], c[4]));
-    Out("roots", RootsOfPolynom3rdOrder(c[5], c[6], c[7], c[8]));
 }
 } // namespace
 

@@ -33,15 +33,8 @@ void ExpectThrowAt(Action&& action, const std::string& message, const std::strin
 template <class E, class Action>
 void ExpectStdThrow(Action&& action, const std::string& what)
 {
-    try
-    {
-        action();
-        ADD_FAILURE() << "no exception, expected: " << what;
-    }
-    catch (const E& e)
-    {
-        EXPECT_EQ(std::string(e.what()), what);
-    }
+    try { action(), ADD_FAILURE() << "no exception, expected: " << what; }
+    catch (const E& e) { EXPECT_EQ(std::string(e.what()), what); }
 }
 
 // The standard containers' subscript failure, with the text hosts expect.
