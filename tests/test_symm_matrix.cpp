@@ -55,7 +55,7 @@ void ExpectEigenDecomposition(const CSymmMatrix<double>& a, const CSymmMatrix<do
 
 // Only the linear index is checked: (0, 2) is (1, 0). A negative dimension
 // squares to a positive storage size and has no diagonal.
-TEST(SymmMatrix, ConstructionAccessAndReshape)
+TEST(SymmMatrix, ConstructionAccessReshapeAndColumnLengths)
 {
     EXPECT_EQ(Elements(CSymmMatrix<double>(3)), (Values{1, 0, 0, 0, 1, 0, 0, 0, 1}));
     CSymmMatrix<double> m({1, 2, 3, 4}, 2);
@@ -85,25 +85,22 @@ TEST(SymmMatrix, ConstructionAccessAndReshape)
     dense(0, 1) = 5;
     m = static_cast<const TOLX::IMatrix<double>&>(dense);
     EXPECT_EQ(Elements(m), (Values{0, 5, 0, 0}));
-}
-
-TEST(SymmMatrix, ColumnLengths)
-{
-    CSymmMatrix<double> m({3, 1, 4, 2}, 2);
-    EXPECT_DOUBLE_EQ(m.GetColumnLength(0), 5.0);
-    EXPECT_DOUBLE_EQ(m.GetColumnLength(1), std::sqrt(5.0));
-    EXPECT_EQ(CSymmMatrix<double>(0).GetColumnLength(0), 0.0);
+    // Column lengths: scaled, set and read.
+    m = CSymmMatrix<double>({3, 1, 4, 2}, 2);
+    EXPECT_TRUE(m.GetColumnLength(0) == 5.0 && m.GetColumnLength(1) == std::sqrt(5.0) &&
+                CSymmMatrix<double>(0).GetColumnLength(0) == 0.0);
     m.ScaleColumns({2, -1});
     ExpectBadSubscript([&] { m.ScaleColumns({1}); });
     EXPECT_EQ(Elements(m), (Values{6, -1, 8, -2}));
     m.SetColumnLength({1, 0.5});
-    EXPECT_TRUE(std::fabs(m(0, 0) - 0.6) < 1e-15 && std::fabs(m(1, 0) - 0.8) < 1e-15 && std::fabs(m.GetColumnLength(1) - 0.5) < 1e-15);
+    EXPECT_TRUE(std::fabs(m(0, 0) - 0.6) < 1e-15 && std::fabs(m(1, 0) - 0.8) < 1e-15 &&
+                std::fabs(m.GetColumnLength(1) - 0.5) < 1e-15);
     for (const Values& lengths : {Values{1, 1, 1}, Values{1}})
         ExpectThrowAt([&] { m.SetColumnLength(lengths); }, "invalid vector length in SetColumnLength",
                       "TOLX::CSymmMatrix<double>::SetColumnLength", kFile, 217);
-    CSymmMatrix<double> zero({0, 1, 0, 1}, 2); // a zero column is divided by without a check
-    zero.SetColumnLength({1, 1});
-    EXPECT_TRUE(std::isnan(zero(0, 0)));
+    m = CSymmMatrix<double>({0, 1, 0, 1}, 2); // a zero column is divided by without a check
+    m.SetColumnLength({1, 1});
+    EXPECT_TRUE(std::isnan(m(0, 0)));
 }
 
 // Symmetric within one absolute epsilon, not scaled by the magnitude. The
@@ -136,7 +133,7 @@ TEST(SymmMatrix, SymmetryToleranceLargestOffDiagonalAndPrint)
 // element NaN. theta = -1e154: t = 2e154 but t^2 overflows, so c = s = 0:
 // the diagonal swaps and the eigenvectors are zero. A diagonal input gives
 // identity vectors and writes only the first n values.
-TEST(SymmMatrix, JacobiExactResults)
+TEST(SymmMatrix, JacobiExactResultsAndRejection)
 {
     const double c = 1 / std::sqrt(2.0), theta = (-1e139 - 1e139) / (2 * 1e-15);
     const double t = std::sqrt(theta * theta + 1) - theta, nan = std::nan("");
@@ -164,11 +161,7 @@ TEST(SymmMatrix, JacobiExactResults)
     ExpectBadSubscript([&] { CSymmMatrix<double>(3).SolveEigenProblem(v, tooShort, kEps); });
     CSymmMatrix<double>(0).SolveEigenProblem(v, none, kEps);
     EXPECT_EQ(v.Rows(), 0u);
-}
-
-TEST(SymmMatrix, JacobiRejectsNonSymmetricAfterPrinting)
-{
-    CSymmMatrix<double> v({4, 4, 4, 4}, 2);
+    v = CSymmMatrix<double>({4, 4, 4, 4}, 2);
     Values lambda(2, 8);
     testing::internal::CaptureStdout();
     ExpectThrowAt([&] { CSymmMatrix<double>({1, 1, 1 + 1e-15, 1}, 2).SolveEigenProblem(v, lambda, kEps); },
@@ -179,7 +172,7 @@ TEST(SymmMatrix, JacobiRejectsNonSymmetricAfterPrinting)
 
 // theta = (1 - 3) / 2 = -1 for the first: the positive root t = 1 + sqrt(2)
 // moves the smaller eigenvalue to position 0 (the smaller root would not).
-TEST(SymmMatrix, JacobiDecomposesGeneralSymmetricMatrices)
+TEST(SymmMatrix, JacobiDecomposesGeneralSymmetricMatricesAndTerminates)
 {
     const CSymmMatrix<double> first({3, 1, 1, 1}, 2);
     CSymmMatrix<double> v(0);
@@ -200,18 +193,13 @@ TEST(SymmMatrix, JacobiDecomposesGeneralSymmetricMatrices)
             a.SolveEigenProblem(v, lambda, kEps);
             ExpectEigenDecomposition(a, v, lambda);
         }
-}
-
-// Inputs on which rotating until no element exceeds eps would never end.
-// Huge equal diagonals absorb every rotation: with eps = 0 the last
-// subnormal off-diagonal element survives forever. A negative eps keeps the
-// loop going after every element is zero: the pivot stays at (0, 0), which
-// doubles until it overflows and turns NaN; rows and columns 1 and 2 are
-// never touched.
-TEST(SymmMatrix, JacobiTerminatesOnInputsThatNeverConverge)
-{
-    CSymmMatrix<double> v(3);
-    Values lambda(3);
+    // Inputs on which rotating until no element exceeds eps would never end.
+    // Huge equal diagonals absorb every rotation: with eps = 0 the last
+    // subnormal off-diagonal element survives forever. A negative eps keeps the
+    // loop going after every element is zero: the pivot stays at (0, 0), which
+    // doubles until it overflows and turns NaN; rows and columns 1 and 2 are
+    // never touched.
+    lambda.resize(3);
     for (const double eps : {0.0, kEps})
     {
         CSymmMatrix<double>({1e300, 1.33, 6.74, 1.33, 1e300, 8.78, 6.74, 8.78, 1e300}, 3).SolveEigenProblem(v, lambda, eps);
