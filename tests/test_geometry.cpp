@@ -47,7 +47,7 @@ void ExpectRoots(const Roots& actual, const Roots& expected, double tolerance, s
 }
 } // namespace
 
-TEST(Primitives, ConstructorsStoreFieldsInTheirArgumentOrder)
+TEST(Primitives, ConstructorsStoreFieldsInTheirArgumentOrderAndCheckUnitLengths)
 {
     const CPlane byPoint(T3(1, 2, 3), kZ), byDistance(kZ, -2);
     const CSegment segment(kX, T3(4, 5, 6), -3);
@@ -66,11 +66,7 @@ TEST(Primitives, ConstructorsStoreFieldsInTheirArgumentOrder)
         {disk.GetDistanceToOrigin(), 1}, {disk.GetRadius(), 0.5}};
     for (const auto& [actual, expected] : values)
         EXPECT_EQ(actual, expected);
-}
-
-// Unit length is checked on the length, with one epsilon: 1 + eps passes.
-TEST(Primitives, UnitLengthAndParallelChecks)
-{
+    // Unit length is checked on the length, with one epsilon: 1 + eps passes.
     EXPECT_NO_THROW(CPlane(kOrigin, T3(1 + kEps, 0, 0)));
     EXPECT_NO_THROW(CLine(T3(0.6, 0.8, 0), kOrigin));
     const CLine up(kZ, T3(1, 1, 0));
@@ -145,7 +141,7 @@ TEST(Distances, IntersectionProjectionAndClosedFormDistances)
     EXPECT_TRUE(std::isnan(Distance(CDisk(kOrigin, kZ, 0), T3(0, 0, 3))));
 }
 
-TEST(Roots, FormulaOrderAndDiscriminantBoundaries)
+TEST(Roots, FormulaOrderDiscriminantBoundariesAndEveryResolventRoot)
 {
     // x^3 - 0.75 x + q with q/2 chosen so that (q/2)^2 - 1/64 is exactly eps.
     const double q = 0x1.0000000000020p-2;
@@ -184,11 +180,7 @@ TEST(Roots, FormulaOrderAndDiscriminantBoundaries)
     };
     for (std::size_t i = 0; i < std::size(cases); ++i)
         ExpectRoots(std::get<0>(cases[i]), std::get<1>(cases[i]), std::get<2>(cases[i]), i);
-}
-
-// Four roots per resolvent root, over all three of them.
-TEST(Roots, QuarticOverEveryResolventRoot)
-{
+    // Four roots per resolvent root, over all three of them.
     // x^4 - 5x^2 + 4 = (x^2 - 1)(x^2 - 4); resolvent roots 7, 2.5, 3 in this
     // order. At z = 2.5 the root w of 2z + p vanishes: NaN or (+-sqrt(10) +- w)/2.
     const Roots roots = RootsOfPolynom4thOrder(1, 0, -5, 0, 4);

@@ -93,19 +93,6 @@ TEST(Matrix, BoundsAndShapeMessages)
     EXPECT_EQ(a, CMatrix<double>(2, 3)); // a failed check leaves the operand untouched
 }
 
-TEST(Matrix, ProductSumsInOrder)
-{
-    auto a = Mat(2, 3, {1, 2, 3, 4, 5, 6});
-    a *= Mat(3, 4, {1, 0, 2, -1, 0, 1, 1, 2, 3, 1, 0, 1});
-    EXPECT_EQ(a, Mat(2, 4, {10, 5, 4, 6, 22, 11, 13, 12}));
-    // Summation from k = 0 upward: (1 + 1e16) - 1e16 loses the 1.
-    EXPECT_EQ((Mat(1, 3, {1.0, 1e16, -1e16}) * Mat(3, 1, {1, 1, 1}))(0, 0), 0.0);
-    // Squaring in place: row 1 reads row 0's new values (7, 10), not (1, 2).
-    auto s = Mat(2, 2, {1, 2, 3, 4});
-    s *= s;
-    EXPECT_EQ(s, Mat(2, 2, {7, 10, 7 * 3 + 3 * 4, 10 * 3 + 4 * 4}));
-}
-
 // Through the interface only the source's shape is walked; between two
 // CMatrix objects assignment is a deep copy.
 TEST(Matrix, AssignmentThroughTheInterfaceKeepsItsAsymmetryAndEqualityIsExact)
@@ -138,7 +125,7 @@ TEST(Matrix, AssignmentThroughTheInterfaceKeepsItsAsymmetryAndEqualityIsExact)
     EXPECT_FALSE(Mat(1, 2, {1, 2}) == Mat(1, 2, {1, std::nextafter(2.0, 3.0)}) || Mat(1, 2, {1, 2}) == Mat(2, 1, {1, 2}));
 }
 
-TEST(Matrix, ReshapeTransposeConcatenationAndScalars)
+TEST(Matrix, ReshapeTransposeConcatenationScalarsAndOrderedProducts)
 {
     auto m = Mat(1, 2, {1, 2});
     m.Reshape(3, 1);
@@ -162,11 +149,20 @@ TEST(Matrix, ReshapeTransposeConcatenationAndScalars)
     EXPECT_EQ(f, Mat<float>(2, 2, {3, 5, 7, 9}));
     f -= Mat<float>(2, 2, {3, 5, 7, 9});
     EXPECT_EQ(f, Mat<float>(2, 2, {0, 0, 0, 0}));
+    auto a = Mat(2, 3, {1, 2, 3, 4, 5, 6});
+    a *= Mat(3, 4, {1, 0, 2, -1, 0, 1, 1, 2, 3, 1, 0, 1});
+    EXPECT_EQ(a, Mat(2, 4, {10, 5, 4, 6, 22, 11, 13, 12}));
+    // Summation from k = 0 upward: (1 + 1e16) - 1e16 loses the 1.
+    EXPECT_EQ((Mat(1, 3, {1.0, 1e16, -1e16}) * Mat(3, 1, {1, 1, 1}))(0, 0), 0.0);
+    // Squaring in place: row 1 reads row 0's new values (7, 10), not (1, 2).
+    auto s = Mat(2, 2, {1, 2, 3, 4});
+    s *= s;
+    EXPECT_EQ(s, Mat(2, 2, {7, 10, 7 * 3 + 3 * 4, 10 * 3 + 4 * 4}));
 }
 
 // Ordering: exact, decided by z, then y, then x. Equality: within an
 // inclusive epsilon per element; NaN is neither equal nor unequal.
-TEST(Vec3, OrderingAndEquality)
+TEST(Vec3, OrderingEqualityLengthArithmeticAndConversions)
 {
     const double eps = std::numeric_limits<double>::epsilon();
     const std::tuple<CVec3, CVec3, bool, bool> pairs[] = {
@@ -187,12 +183,8 @@ TEST(Vec3, OrderingAndEquality)
     // The matrix's inequality is the negation of its equality.
     EXPECT_TRUE(CMatrix3(withNan, CVec3(), CVec3()) != CMatrix3());
     EXPECT_FALSE(CMatrix3() != CMatrix3(0, 0, 0, 0, 1e-17, 0, 0, 0, 0));
-}
-
-// The squared length of 1e-300 underflows; division multiplies by the
-// reciprocal, which differs from the quotient 5 / 3.
-TEST(Vec3, LengthNormalisationArithmeticAndConversions)
-{
+    // The squared length of 1e-300 underflows; division multiplies by the
+    // reciprocal, which differs from the quotient 5 / 3.
     EXPECT_TRUE(CVec3().IsNull() && CVec3(1e-300, 0, 0).IsNull() && !CVec3(1e-300, 0, 0).IsNotNull());
     EXPECT_FALSE(CVec3(1e-100, 0, 0).IsNull());
     CVec3 v(3, 0, 4), zero, tiny(1e-300, 0, 0), w(5, 0, 0);
@@ -212,29 +204,7 @@ TEST(Vec3, LengthNormalisationArithmeticAndConversions)
     EXPECT_TRUE(out[0] == HUGE_VALF && out[1] == 0.1f && out[2] == -HUGE_VALF);
 }
 
-// The members are the columns: m(i, j) is element i of member j, Row(i) and
-// Col(i) are both member i, and products are dot products of members.
-TEST(Matrix3, AccessAndProductsFollowTheMembers)
-{
-    CMatrix3 m = oneToNine;
-    EXPECT_EQ(Of(static_cast<const CMatrix3&>(m).Col(0)), (V{1, 2, 3}));
-    EXPECT_TRUE(m(0, 1) == 4.0 && m(2, 0) == 3.0);
-    m(1, 2) = 42;
-    m.Col(1)[0] = -1;
-    EXPECT_EQ(Members(m), (V{1, 2, 3, -1, 5, 6, 7, 42, 9}));
-    // Transposing rebuilds the matrix from its rows, which are its members.
-    m = oneToNine;
-    m.Transpose();
-    EXPECT_EQ(Members(m), Members(oneToNine));
-    EXPECT_EQ(Members(oneToNine.TransposedMatrix()), Members(oneToNine));
-    EXPECT_EQ(Of(oneToNine * CVec3(1, 0, 0)), (V{1, 4, 7}));
-    EXPECT_EQ(Members(oneToNine * oneToNine), (V{14, 32, 50, 32, 77, 122, 50, 122, 194}));
-    m *= CMatrix3(CVec3::E_y(), CVec3::E_z(), CVec3::E_x());
-    EXPECT_EQ(Members(m), (V{2, 3, 1, 5, 6, 4, 8, 9, 7}));
-    EXPECT_EQ(Members(oneToNine * 2.0 - oneToNine), Members(oneToNine));
-}
-
-TEST(Matrix3, DeterminantAdjointInverseAndTheAsymmetricSingularBoundary)
+TEST(Matrix3, MembersDeterminantAdjointInverseAndTheAsymmetricSingularBoundary)
 {
     const CMatrix3 identity = CMatrix3::Identity();
     EXPECT_TRUE(identity.Determinant() == 1.0 && oneToNine.Determinant() == 0.0);
@@ -258,4 +228,22 @@ TEST(Matrix3, DeterminantAdjointInverseAndTheAsymmetricSingularBoundary)
     EXPECT_TRUE(!diagonal(0).IsInvertible() && diagonal(smallest).IsInvertible());
     EXPECT_FALSE(diagonal(smallest / 2).IsInvertible());
     EXPECT_EQ(diagonal(2 * smallest).InverseMatrix()(0, 0), 1.0 / (2 * smallest));
+    // The members are the columns: m(i, j) is element i of member j, Row(i) and
+    // Col(i) are both member i, and products are dot products of members.
+    CMatrix3 m = oneToNine;
+    EXPECT_EQ(Of(static_cast<const CMatrix3&>(m).Col(0)), (V{1, 2, 3}));
+    EXPECT_TRUE(m(0, 1) == 4.0 && m(2, 0) == 3.0);
+    m(1, 2) = 42;
+    m.Col(1)[0] = -1;
+    EXPECT_EQ(Members(m), (V{1, 2, 3, -1, 5, 6, 7, 42, 9}));
+    // Transposing rebuilds the matrix from its rows, which are its members.
+    m = oneToNine;
+    m.Transpose();
+    EXPECT_EQ(Members(m), Members(oneToNine));
+    EXPECT_EQ(Members(oneToNine.TransposedMatrix()), Members(oneToNine));
+    EXPECT_EQ(Of(oneToNine * CVec3(1, 0, 0)), (V{1, 4, 7}));
+    EXPECT_EQ(Members(oneToNine * oneToNine), (V{14, 32, 50, 32, 77, 122, 50, 122, 194}));
+    m *= CMatrix3(CVec3::E_y(), CVec3::E_z(), CVec3::E_x());
+    EXPECT_EQ(Members(m), (V{2, 3, 1, 5, 6, 4, 8, 9, 7}));
+    EXPECT_EQ(Members(oneToNine * 2.0 - oneToNine), Members(oneToNine));
 }

@@ -151,7 +151,7 @@ std::vector<std::vector<double>> Inputs(int m, int n, unsigned seed)
 }
 } // namespace
 
-TEST(Svd, DecomposesSquareTallWideAndRankDeficientMatrices)
+TEST(Svd, DecomposesSortsAndSaturatesWhenWritingFloatsBack)
 {
     // Rank 2: the third row is the sum of the first two, the fourth is zero.
     const CMatrix<double> deficient = FromRows({{1, 2, 3, 4}, {-2, 0.5, 1, 0}, {-1, 2.5, 4, 4}, {0, 0, 0, 0}});
@@ -166,10 +166,6 @@ TEST(Svd, DecomposesSquareTallWideAndRankDeficientMatrices)
             SCOPED_TRACE(testing::Message() << A.Rows() << "x" << A.Cols() << " sort=" << sort);
             ExpectValidSvd(A, Decompose(A, sort), 1e-12);
         }
-}
-
-TEST(Svd, SortOrdersDescendingAndStablyAndMovesColumns)
-{
     // Already diagonal: unsorted output keeps the diagonal's order.
     const CMatrix<double> A = FromRows({{1, 0, 0}, {0, 3, 0}, {0, 0, 2}});
     EXPECT_EQ(Decompose(A, false).S, FromRows({{1}, {3}, {2}}));
@@ -182,10 +178,6 @@ TEST(Svd, SortOrdersDescendingAndStablyAndMovesColumns)
     const Decomposition ties = Decompose(FromRows({{2, 0, 0}, {0, 5, 0}, {0, 0, 2}}), true);
     for (const auto& [row, col] : {std::pair{1, 0}, {0, 1}, {2, 2}})
         EXPECT_DOUBLE_EQ(std::fabs(ties.U(row, col)), 1.0) << row << col;
-}
-
-TEST(Svd, FloatDecomposesAndSaturatesWhenWritingBack)
-{
     // A^T A = [[25, 20], [20, 25]] has eigenvalues 45 and 5.
     CMatrix<float> U(2, 2), S(2, 1), V(2, 2);
     ASSERT_TRUE(CNumeric::Svd(FromRows<float>({{3, 0}, {4, 5}}), U, S, V, true));
@@ -237,7 +229,7 @@ TEST(Svd, OutputsAreWrittenInPlaceNeverReshapedAndWorkspacesReused)
 }
 
 // The tolerance is absolute and strict: values of 1e-3 and 1e3 against 1.
-TEST(Rank, CountsValuesStrictlyAboveAbsoluteTolerance)
+TEST(Svd, RankIsStrictAndExtremeInputsGiveThePublishedResults)
 {
     const CMatrix<double> identity = FromRows({{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}), zero(2, 2);
     const std::tuple<CMatrix<double>, double, int> cases[] = {
@@ -247,14 +239,10 @@ TEST(Rank, CountsValuesStrictlyAboveAbsoluteTolerance)
     for (const auto& [A, tolerance, rank] : cases)
         EXPECT_EQ(CNumeric::Rank(A, tolerance), rank) << A.Rows() << "x" << A.Cols() << " " << tolerance;
     EXPECT_EQ(CNumeric::Rank(FromRows<float>({{1, 0}, {0, 0.5}}), 0.5f), 1);
-}
-
-// The routine is run as published on every input, without rescaling or
-// guards: NaN, or singular values near 1e300 (the shift's squares overflow)
-// or 1e-300 (they underflow), never split the 2-by-2 block, so the
-// decomposition fails, writes nothing, and the rank is -1.
-TEST(Svd, ExtremeInputsGiveThePublishedRoutinesResults)
-{
+    // The routine is run as published on every input, without rescaling or
+    // guards: NaN, or singular values near 1e300 (the shift's squares overflow)
+    // or 1e-300 (they underflow), never split the 2-by-2 block, so the
+    // decomposition fails, writes nothing, and the rank is -1.
     const double nan = std::numeric_limits<double>::quiet_NaN();
     for (const CMatrix<double>& A : {FromRows({{nan, nan}, {nan, nan}}), FromRows({{1e300, 2e299}, {3e299, -1e300}}),
                                      FromRows({{1e-300, 2e-301}, {3e-301, -1e-300}})})
