@@ -292,30 +292,48 @@ TEST(Moment, HandDerivedDecompositions)
     // them and the filler 1 stays last.
     EXPECT_EQ(Fed(2, {{1, 1e70, 1e-85, 0}, {1, -1e70, -1e-85, 0}}, kCovariance).getInertiaMoments(),
               (std::vector<double>{kInf, -kInf, 1}));
+    // In 2-D the deprecated Compute's tensor is the covariance matrix from the
+    // raw sums: mass 4, centre (17/4, 9/4); E[x^2] = 75/4, E[y^2] = 25/4, E[xy] = 39/4.
+    CMoment planar = Fed(2, kPlanar, kCovariance);
+    ExpectMapOf(planar, planar, kKeys2d);
+    EXPECT_EQ(static_cast<CValueMap>(planar).Entry("inertia_or_covariance")->String(), "covariance");
+    planar.ComputeInertia();
+    EXPECT_EQ(CaptureStandardError([&] { planar.Compute(); }), kDeprecation);
+    const auto t2 = planar.getTensorMatrix();
+    EXPECT_EQ(t2(2, 2), 1.0);
+    EXPECT_DOUBLE_EQ(t2(0, 0), 75.0 / 4 - 289.0 / 16);
+    EXPECT_DOUBLE_EQ(t2(1, 1), 25.0 / 4 - 81.0 / 16);
+    EXPECT_DOUBLE_EQ(t2(0, 1), 39.0 / 4 - 153.0 / 16);
+    EXPECT_DOUBLE_EQ(planar.getNormM200(), (75.0 / 4 - 289.0 / 16) / 4);
+    EXPECT_EQ(static_cast<CValueMap>(planar).Entry("inertia_or_covariance")->String(), "inertia");
 }
 
-// Covariance: the central sums over the mass; inertia: trace(S) I - S with
-// the central sums S themselves. Both decomposed: t a_k = l_k a_k with unit
-// axes (the eigenvector columns), l_k strictly descending, the main axis the
-// one of largest spread.
+// Covariance: the central sums S over the mass; inertia: trace(S) I - S with
+// S itself; the deprecated Compute: S over the squared mass, laid out as an
+// inertia tensor, while the mode (here covariance) stays as it was. All
+// decomposed: t a_k = l_k a_k with unit axes (the eigenvector columns), l_k
+// strictly descending, the main axis the one of largest spread or, for
+// inertia, of smallest.
 TEST(Moment, TensorsOfASkewedCloudAndTheirDecompositions)
 {
     const Points points = Cloud();
     double mass = 0;
     const std::array<Vec, 3> s = CentralSums(points, mass);
     const double trace = s[0][0] + s[1][1] + s[2][2];
-    for (const bool inertia : {false, true})
+    for (const Compute compute : {kCovariance, kInertia, &CMoment::Compute})
     {
-        SCOPED_TRACE(inertia ? "inertia" : "covariance");
-        const CMoment m = Fed(3, points, inertia ? kInertia : kCovariance);
-        const double scale = inertia ? 1.0 : 1.0 / mass, tol = 1e-9 * trace * scale;
+        CMoment m = Fed(3, points, kCovariance);
+        EXPECT_EQ(CaptureStandardError([&] { (m.*compute)(); }), compute == &CMoment::Compute ? kDeprecation : "");
+        const bool inertia = compute != kCovariance;
+        const double scale = compute == kInertia ? 1.0 : compute == kCovariance ? 1 / mass : 1 / (mass * mass);
+        const double tol = 1e-9 * trace * scale;
         for (const auto& [getter, i, j] : kNormed)
             EXPECT_NEAR((m.*getter)(), s[i][j] * scale, tol) << i << j;
         std::array<Vec, 3> t{};
         for (std::size_t i = 0; i < 3; ++i)
             for (std::size_t j = 0; j < 3; ++j)
             {
-                t[i][j] = inertia ? (i == j ? trace : 0) - s[i][j] : s[i][j] * scale;
+                t[i][j] = ((inertia && i == j ? trace : 0) + (inertia ? -1 : 1) * s[i][j]) * scale;
                 EXPECT_NEAR(m.getTensorMatrix()(i, j), t[i][j], tol) << i << j;
             }
         const std::vector<Vec> axes = Axes(m);
@@ -329,7 +347,9 @@ TEST(Moment, TensorsOfASkewedCloudAndTheirDecompositions)
             EXPECT_GT(k > 0 ? l[k - 1] : HUGE_VAL, l[k] + 1000 * tol);
             EXPECT_EQ(a, (Vec{m.getInertiaAxes()(0, k), m.getInertiaAxes()(1, k), m.getInertiaAxes()(2, k)}));
         }
-        EXPECT_EQ(AsArray(m.getMainInertiaAxis()), axes[inertia ? 2 : 0]);
+        EXPECT_EQ(AsArray(m.getMainInertiaAxis()), axes[compute == kInertia ? 2 : 0]);
+        EXPECT_EQ(static_cast<CValueMap>(m).Entry("inertia_or_covariance")->String(),
+                  compute == kInertia ? "inertia" : "covariance");
     }
 }
 
@@ -357,35 +377,6 @@ TEST(Moment, ScaleInvarianceAndScaledAxes)
         }
     }
     EXPECT_TRUE(CMoment(2).getScaledInertiaVectors().empty());
-}
-
-// Normed moments are the central sums over the squared mass, in 3-D laid out
-// as an inertia tensor, and the mode stays as it was. In 2-D the tensor is
-// the covariance matrix from the raw sums: mass 4, centre (17/4, 9/4);
-// E[x^2] = 75/4, E[y^2] = 25/4, E[xy] = 39/4.
-TEST(Moment, DeprecatedComputeMixesConventions)
-{
-    const Points points = Cloud();
-    double mass = 0;
-    const std::array<Vec, 3> s = CentralSums(points, mass);
-    CMoment m = Fed(3, points, kCovariance), planar = Fed(2, kPlanar, kCovariance);
-    ExpectMapOf(planar, planar, kKeys2d);
-    EXPECT_EQ(static_cast<CValueMap>(planar).Entry("inertia_or_covariance")->String(), "covariance");
-    planar.ComputeInertia();
-    EXPECT_EQ(CaptureStandardError([&] { m.Compute(); planar.Compute(); }), kDeprecation + kDeprecation);
-    for (const auto& [getter, i, j] : kNormed)
-        EXPECT_NEAR((m.*getter)(), s[i][j] / (mass * mass), 1e-12) << i << j;
-    const auto t3 = m.getTensorMatrix(), t2 = planar.getTensorMatrix();
-    EXPECT_DOUBLE_EQ(t3(0, 0), m.getNormM002() + m.getNormM020());
-    EXPECT_DOUBLE_EQ(t3(0, 1), -m.getNormM110());
-    EXPECT_DOUBLE_EQ(t3(1, 2), -m.getNormM011());
-    EXPECT_EQ(static_cast<CValueMap>(m).Entry("inertia_or_covariance")->String(), "covariance");
-    EXPECT_DOUBLE_EQ(t2(0, 0), 75.0 / 4 - 289.0 / 16);
-    EXPECT_DOUBLE_EQ(t2(1, 1), 25.0 / 4 - 81.0 / 16);
-    EXPECT_DOUBLE_EQ(t2(0, 1), 39.0 / 4 - 153.0 / 16);
-    EXPECT_EQ(t2(2, 2), 1.0);
-    EXPECT_DOUBLE_EQ(planar.getNormM200(), (75.0 / 4 - 289.0 / 16) / 4);
-    EXPECT_EQ(static_cast<CValueMap>(planar).Entry("inertia_or_covariance")->String(), "inertia");
 }
 
 // Each label's moments and map are those of a moment fed with the label's
