@@ -75,7 +75,7 @@ void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tol
             double sum = 0.0;
             for (std::size_t k = 0; k < n; ++k)
                 sum += d.U(i, k) * d.S(k, 0) * d.V(j, k);
-            EXPECT_NEAR(sum, A(i, j), tolerance) << "element " << i << "," << j;
+            EXPECT_NEAR(sum, A(i, j), tolerance) << i << "," << j;
         }
     for (std::size_t p = 0; p < n; ++p)
     {
@@ -99,9 +99,8 @@ TOLX::CSvdWorkspace Prepared(int m, int n, const std::vector<double>& rowMajor)
 {
     TOLX::CSvdWorkspace work;
     work.Prepare(m, n);
-    for (int i = 1; i <= m; ++i)
-        for (int j = 1; j <= n; ++j)
-            work.A()[i][j] = rowMajor[(i - 1) * n + (j - 1)];
+    for (int k = 0; k < m * n; ++k)
+        work.A()[k / n + 1][k % n + 1] = rowMajor[std::size_t(k)];
     return work;
 }
 
@@ -111,9 +110,7 @@ TOLX::CSvdWorkspace Prepared(int m, int n, const std::vector<double>& rowMajor)
 std::uint64_t Bits(double x)
 {
     std::uint64_t bits = 0x7ff8000000000000u;
-    if (!std::isnan(x))
-        std::memcpy(&bits, &x, sizeof bits);
-    return bits;
+    return std::isnan(x) ? bits : (std::memcpy(&bits, &x, sizeof bits), bits);
 }
 
 // Inputs that take the worker through its different paths: random values,

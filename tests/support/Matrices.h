@@ -47,7 +47,7 @@ inline TOLX::CMatrix<double> Col(const Point& p) { return Columns({p}); }
 
 // The elements row by row.
 template <class T>
-std::vector<T> Elements(const TOLX::CMatrix<T>& m)
+std::vector<T> Elements(const TOLX::IMatrix<T>& m)
 {
     std::vector<T> out;
     for (std::size_t k = 0; k < m.Rows() * m.Cols(); ++k)
