@@ -90,7 +90,7 @@ TEST(Primitives, ConstructorsStoreFieldsInTheirArgumentOrderAndCheckUnitLengths)
     EXPECT_TRUE(std::isnan(Distance(CLine(T3(kNaN, 0, 0), kOrigin), kY)));
 }
 
-TEST(Distances, IntersectionProjectionAndClosedFormDistances)
+TEST(Distances, IntersectionProjectionClosedFormDistancesAndPolynomialRoots)
 {
     const CLine up(kZ, T3(1, 1, 0));
     const CPlane atFive(T3(0, 0, 5), kZ);
@@ -139,13 +139,9 @@ TEST(Distances, IntersectionProjectionAndClosedFormDistances)
     for (std::size_t i = 0; i < std::size(cases); ++i)
         EXPECT_NEAR(cases[i].first, cases[i].second, 1e-12) << "case " << i;
     EXPECT_TRUE(std::isnan(Distance(CDisk(kOrigin, kZ, 0), T3(0, 0, 3))));
-}
-
-TEST(Roots, FormulaOrderDiscriminantBoundariesAndEveryResolventRoot)
-{
     // x^3 - 0.75 x + q with q/2 chosen so that (q/2)^2 - 1/64 is exactly eps.
     const double q = 0x1.0000000000020p-2;
-    const std::tuple<Roots, Roots, double> cases[] = {
+    const std::tuple<Roots, Roots, double> formulas[] = {
         {RootsOfPolynom1stOrder(0, 5), {}, 0},
         {RootsOfPolynom1stOrder(1e-17, 1), {}, 0},
         {RootsOfPolynom1stOrder(2, -4), {2}, 0},
@@ -178,8 +174,8 @@ TEST(Roots, FormulaOrderDiscriminantBoundariesAndEveryResolventRoot)
         {RootsOfPolynom4thOrder(1e-17, 0, 1, -3, 2), {2, 1}, 1e-12},
         {RootsOfPolynom4thOrder(0, 0, 0, 0, 0), {}, 0},
     };
-    for (std::size_t i = 0; i < std::size(cases); ++i)
-        ExpectRoots(std::get<0>(cases[i]), std::get<1>(cases[i]), std::get<2>(cases[i]), i);
+    for (std::size_t i = 0; i < std::size(formulas); ++i)
+        ExpectRoots(std::get<0>(formulas[i]), std::get<1>(formulas[i]), std::get<2>(formulas[i]), i);
     // Four roots per resolvent root, over all three of them.
     // x^4 - 5x^2 + 4 = (x^2 - 1)(x^2 - 4); resolvent roots 7, 2.5, 3 in this
     // order. At z = 2.5 the root w of 2z + p vanishes: NaN or (+-sqrt(10) +- w)/2.

@@ -8,7 +8,7 @@
 
 using namespace TOLX;
 
-TEST(HostString, ArgFillsTheLowestPlaceholderAndPrintfHasNoLimit)
+TEST(HostString, ArgFillsTheLowestPlaceholderPrintfHasNoLimitAndThrowsRecordTheFile)
 {
     CString s("%2 then %1, again %1 and %3", ENCODING_UTF8);
     EXPECT_STREQ(s.Arg(int64{7}).Arg('x').c_str(), "x then 7, again 7 and %3");
@@ -18,10 +18,6 @@ TEST(HostString, ArgFillsTheLowestPlaceholderAndPrintfHasNoLimit)
     EXPECT_STREQ(two.Arg(int64{1}).Arg(int64{2}).c_str(), "21 %0 %");
     EXPECT_EQ(CStringTools::Printf("%s %%0%ulu", "object", 2u), "object %02lu");
     EXPECT_EQ(CStringTools::Printf("%s!", std::string(5000, 'a').c_str()).size(), 5001u);
-}
-
-TEST(HostThrow, LocationRecordsTheRepositoryRelativeFile)
-{
     ExpectThrowAt([] { TOLX_THROW("TOLX::Test::Site", 42, "value %1 of %2", 3u, std::string("x")); }, "value 3 of x",
                   "TOLX::Test::Site", "tests/test_host.cpp", 42);
     const std::pair<const char*, const char*> paths[] = {
@@ -80,7 +76,7 @@ TEST(HostValues, MapsKeepInsertionOrderOwnAndCopyDeeplyAtAnySize)
     }
 }
 
-TEST(HostImage, PixelsStridesAndTypes)
+TEST(HostImage, PixelsStridesTypesAndTheClassicRandomSequence)
 {
     CImage image(IMAGE_GREY_16, CSize(3, 2, 2));
     EXPECT_TRUE(image.Step().X() == 2 && image.Step().Y() == 6 && image.Step().Z() == 12);
@@ -102,11 +98,7 @@ TEST(HostImage, PixelsStridesAndTypes)
     // refused before anything is allocated.
     EXPECT_THROW(CImage(IMAGE_GREY_16, CSize(1073807362, 2147352580, 4)), std::length_error);
     EXPECT_THROW(CImage(IMAGE_GREY_32, CSize(2147483647, 2147483647, 0)), std::length_error);
-}
-
-// The classic generator's first values from seed 1, in every new thread.
-TEST(Random15, ClassicSequencePerThreadAndReseedable)
-{
+    // The classic generator's first values from seed 1, in every new thread.
     std::vector<int> first;
     std::thread([&] { first = {Rand15(), Rand15(), Rand15()}; }).join(); // a braced list is evaluated in order
     EXPECT_EQ(first, (std::vector<int>{16838, 5758, 10113}));

@@ -129,39 +129,7 @@ TEST(Matrix, BoundsAndShapeMessages)
     EXPECT_EQ(a, CMatrix<double>(2, 3)); // a failed check leaves the operand untouched
 }
 
-// Through the interface only the source's shape is walked; between two
-// CMatrix objects assignment is a deep copy.
-TEST(Matrix, AssignmentThroughTheInterfaceKeepsItsAsymmetryAndEqualityIsExact)
-{
-    const auto wide = Mat(2, 3, {1, 2, 3, 4, 5, 6});
-    auto square = Mat(2, 2, {9, 9, 9, 9});
-    ExpectThrowAt([&] { static_cast<IMatrix<double>&>(square) = wide; },
-                  "Index exceeds matrix bounds.Tried to access index (0,2) but Matrix size is 2-by-2", kAccess,
-                  kMatrixFile, 91);
-    EXPECT_EQ(square, Mat(2, 2, {1, 2, 9, 9}));
-    auto three = Mat(2, 3, {7, 7, 7, 7, 7, 7});
-    static_cast<IMatrix<double>&>(three) = Mat(2, 2, {1, 2, 3, 4});
-    EXPECT_EQ(three, Mat(2, 3, {1, 2, 7, 3, 4, 7}));
-    auto other = Mat(2, 3, {0, 0, 0, 0, 0, 0});
-    static_cast<IMatrix<double>&>(other) = Mat(3, 2, {1, 2, 3, 4, 5, 6});
-    EXPECT_EQ(other, Mat(3, 2, {1, 2, 3, 4, 5, 6}));
-    auto copy = Mat(1, 1, {5});
-    copy = wide;
-    copy(0, 0) = -1;
-    EXPECT_EQ(copy, Mat(2, 3, {-1, 2, 3, 4, 5, 6}));
-    EXPECT_EQ(wide(0, 0), 1.0);
-    auto source = Mat(2, 2, {1, 2, 3, 4});
-    CMatrix<double> moved(std::move(source)), assigned;
-    assigned = std::move(source);
-    // NOLINTNEXTLINE(bugprone-use-after-move): a copy leaves its source as it was
-    EXPECT_TRUE(source == Mat(2, 2, {1, 2, 3, 4}) && moved == source && assigned == source);
-    // Equality is exact, and a NaN element is only equal to itself.
-    const auto a = Mat(1, 2, {1, std::numeric_limits<double>::quiet_NaN()});
-    EXPECT_TRUE(a == a && !(a == CMatrix<double>(a)));
-    EXPECT_FALSE(Mat(1, 2, {1, 2}) == Mat(1, 2, {1, std::nextafter(2.0, 3.0)}) || Mat(1, 2, {1, 2}) == Mat(2, 1, {1, 2}));
-}
-
-TEST(Matrix, ReshapeTransposeConcatenationScalarsAndOrderedProducts)
+TEST(Matrix, ReshapeTransposeConcatenationScalarsOrderedProductsAssignmentAndEquality)
 {
     auto m = Mat(1, 2, {1, 2});
     m.Reshape(3, 1);
@@ -194,6 +162,34 @@ TEST(Matrix, ReshapeTransposeConcatenationScalarsAndOrderedProducts)
     auto s = Mat(2, 2, {1, 2, 3, 4});
     s *= s;
     EXPECT_EQ(s, Mat(2, 2, {7, 10, 7 * 3 + 3 * 4, 10 * 3 + 4 * 4}));
+    // Through the interface only the source's shape is walked; between two
+    // CMatrix objects assignment is a deep copy.
+    const auto wide = Mat(2, 3, {1, 2, 3, 4, 5, 6});
+    auto square = Mat(2, 2, {9, 9, 9, 9});
+    ExpectThrowAt([&] { static_cast<IMatrix<double>&>(square) = wide; },
+                  "Index exceeds matrix bounds.Tried to access index (0,2) but Matrix size is 2-by-2", kAccess,
+                  kMatrixFile, 91);
+    EXPECT_EQ(square, Mat(2, 2, {1, 2, 9, 9}));
+    auto three = Mat(2, 3, {7, 7, 7, 7, 7, 7});
+    static_cast<IMatrix<double>&>(three) = Mat(2, 2, {1, 2, 3, 4});
+    EXPECT_EQ(three, Mat(2, 3, {1, 2, 7, 3, 4, 7}));
+    auto other = Mat(2, 3, {0, 0, 0, 0, 0, 0});
+    static_cast<IMatrix<double>&>(other) = Mat(3, 2, {1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(other, Mat(3, 2, {1, 2, 3, 4, 5, 6}));
+    auto copy = Mat(1, 1, {5});
+    copy = wide;
+    copy(0, 0) = -1;
+    EXPECT_EQ(copy, Mat(2, 3, {-1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(wide(0, 0), 1.0);
+    auto source = Mat(2, 2, {1, 2, 3, 4});
+    CMatrix<double> moved(std::move(source)), assigned;
+    assigned = std::move(source);
+    // NOLINTNEXTLINE(bugprone-use-after-move): a copy leaves its source as it was
+    EXPECT_TRUE(source == Mat(2, 2, {1, 2, 3, 4}) && moved == source && assigned == source);
+    // Equality is exact, and a NaN element is only equal to itself.
+    const auto withNaN = Mat(1, 2, {1, std::numeric_limits<double>::quiet_NaN()});
+    EXPECT_TRUE(withNaN == withNaN && !(withNaN == CMatrix<double>(withNaN)));
+    EXPECT_FALSE(Mat(1, 2, {1, 2}) == Mat(1, 2, {1, std::nextafter(2.0, 3.0)}) || Mat(1, 2, {1, 2}) == Mat(2, 1, {1, 2}));
 }
 
 // Ordering: exact, decided by z, then y, then x. Equality: within an
@@ -286,7 +282,7 @@ TEST(Matrix3, MembersDeterminantAdjointInverseAndTheAsymmetricSingularBoundary)
 
 // Only the linear index is checked: (0, 2) is (1, 0). A negative dimension
 // squares to a positive storage size and has no diagonal.
-TEST(SymmMatrix, ConstructionAccessReshapeAndColumnLengths)
+TEST(SymmMatrix, ConstructionAccessReshapeColumnLengthsSymmetryAndPrint)
 {
     EXPECT_EQ(Elements(CSymmMatrix<double>(3)), (Values{1, 0, 0, 0, 1, 0, 0, 0, 1}));
     CSymmMatrix<double> m({1, 2, 3, 4}, 2);
@@ -332,13 +328,9 @@ TEST(SymmMatrix, ConstructionAccessReshapeAndColumnLengths)
     m = CSymmMatrix<double>({0, 1, 0, 1}, 2); // a zero column is divided by without a check
     m.SetColumnLength({1, 1});
     EXPECT_TRUE(std::isnan(m(0, 0)));
-}
-
-// Symmetric within one absolute epsilon, not scaled by the magnitude. The
-// largest off-diagonal element: ties keep the first position in row-major
-// order, both triangles count, and nothing above zero leaves the position.
-TEST(SymmMatrix, SymmetryToleranceLargestOffDiagonalAndPrint)
-{
+    // Symmetric within one absolute epsilon, not scaled by the magnitude. The
+    // largest off-diagonal element: ties keep the first position in row-major
+    // order, both triangles count, and nothing above zero leaves the position.
     const std::pair<Values, bool> symmetric[] = {
         {{}, true}, {{1, 1, 1 + kEps, 1}, true}, {{1, 1, 1 + 2 * kEps, 1}, false},
         {{0, 1e6, std::nextafter(1e6, 2e6), 0}, false}, {{0, 0, 5, 0, 0, 0, 5 + 1e-15, 0, 0}, false}};

@@ -314,7 +314,7 @@ TEST(Moment, HandDerivedDecompositions)
 // decomposed: t a_k = l_k a_k with unit axes (the eigenvector columns), l_k
 // strictly descending, the main axis the one of largest spread or, for
 // inertia, of smallest.
-TEST(Moment, TensorsOfASkewedCloudAndTheirDecompositions)
+TEST(Moment, TensorsOfASkewedCloudTheirDecompositionsAndScaledAxes)
 {
     const Points points = Cloud();
     double mass = 0;
@@ -351,12 +351,8 @@ TEST(Moment, TensorsOfASkewedCloudAndTheirDecompositions)
         EXPECT_EQ(static_cast<CValueMap>(m).Entry("inertia_or_covariance")->String(),
                   compute == kInertia ? "inertia" : "covariance");
     }
-}
-
-// Ratios to the first moment with the flag; scaled vectors always use the raw
-// moments, the scaled axes matrix follows the flag; copies keep both flags.
-TEST(Moment, ScaleInvarianceAndScaledAxes)
-{
+    // Ratios to the first moment with the flag; scaled vectors always use the raw
+    // moments, the scaled axes matrix follows the flag; copies keep both flags.
     CMoment m = Fed(3, Cloud(), kInertia);
     const std::vector<double> raw = m.getInertiaMoments();
     const std::vector<Vec> axes = Axes(m);
