@@ -58,14 +58,12 @@ TEST(Primitives, ConstructorsStoreFieldsInTheirArgumentOrderAndCheckUnitLengths)
         {byDistance.GetPlanePoint(), T3(0, 0, -2)}, {segment.GetDirection(), kX},
         {segment.GetCenter(), T3(4, 5, 6)}, {segment.GetPoint(-2), T3(2, 5, 6)},
         {byDistanceCircle.GetCenter(), T3(0, 2, 0)}, {circle.GetNormalVector(), kX}};
-    for (const auto& [actual, expected] : points)
-        ExpectTriple(actual, expected);
+    for (const auto& [actual, expected] : points) ExpectTriple(actual, expected);
     const std::pair<double, double> values[] = {
         {byPoint.GetDistanceToOrigin(), 3}, {byDistance.GetDistanceToOrigin(), -2}, {segment.GetHeight(), -3},
         {byDistanceCircle.GetRadius(), -1.5}, {circle.GetDistanceToOrigin(), 7}, {circle.GetRadius(), 4},
         {disk.GetDistanceToOrigin(), 1}, {disk.GetRadius(), 0.5}};
-    for (const auto& [actual, expected] : values)
-        EXPECT_EQ(actual, expected);
+    for (const auto& [actual, expected] : values) EXPECT_EQ(actual, expected);
     // Unit length is checked on the length, with one epsilon: 1 + eps passes.
     EXPECT_NO_THROW(CPlane(kOrigin, T3(1 + kEps, 0, 0)));
     EXPECT_NO_THROW(CLine(T3(0.6, 0.8, 0), kOrigin));

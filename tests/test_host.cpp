@@ -25,8 +25,7 @@ TEST(HostString, ArgFillsTheLowestPlaceholderPrintfHasNoLimitAndThrowsRecordTheF
         {"/usr/include/VornNumeric/Numeric/Moment.h", "src/Numeric/Moment.h"},
         {"/opt/x/include/VornNumeric/zeblib2core/Value.h", "host/zeblib2core/Value.h"},
         {"/home/src/Numeric/clone/src/Numeric/Face.cpp", "src/Numeric/Face.cpp"}};
-    for (const auto& [path, relative] : paths)
-        EXPECT_EQ(Impl::RepoRelativePath(path), relative);
+    for (const auto& [path, relative] : paths) EXPECT_EQ(Impl::RepoRelativePath(path), relative);
 }
 
 TEST(HostValues, MapsKeepInsertionOrderOwnAndCopyDeeplyAtAnySize)
@@ -104,6 +103,5 @@ TEST(HostImage, PixelsStridesTypesAndTheClassicRandomSequence)
     EXPECT_EQ(first, (std::vector<int>{16838, 5758, 10113}));
     SeedRand15(1);
     EXPECT_EQ(Rand15(), 16838);
-    for (int i = 0; i < 1000; ++i)
-        ASSERT_LE(unsigned(Rand15()), unsigned(RAND15_MAX));
+    for (int i = 0; i < 1000; ++i) ASSERT_LE(unsigned(Rand15()), unsigned(RAND15_MAX));
 }

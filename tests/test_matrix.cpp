@@ -42,8 +42,7 @@ V Of(const CVec3& v) { return {v[0], v[1], v[2]}; }
 V Members(const CMatrix3& m)
 {
     V out;
-    for (std::size_t i = 0; i < 3; ++i)
-        out.insert(out.end(), {m.Row(i)[0], m.Row(i)[1], m.Row(i)[2]});
+    for (std::size_t i = 0; i < 3; ++i) out.insert(out.end(), {m.Row(i)[0], m.Row(i)[1], m.Row(i)[2]});
     return out;
 }
 
@@ -64,14 +63,12 @@ CSymmMatrix<double> Square(const Values& values) { return CSymmMatrix<double>(va
 void ExpectEigenDecomposition(const CSymmMatrix<double>& a, const CSymmMatrix<double>& v, const Values& lambda)
 {
     double scale = 0;
-    for (double x : Elements(a))
-        scale = std::max(scale, std::fabs(x));
+    for (double x : Elements(a)) scale = std::max(scale, std::fabs(x));
     for (std::size_t k = 0; k < a.Rows(); ++k)
         for (std::size_t i = 0; i < a.Rows(); ++i)
         {
             double av = 0, dot = 0;
-            for (std::size_t j = 0; j < a.Rows(); ++j)
-                av += a(i, j) * v(j, k), dot += v(j, k) * v(j, i);
+            for (std::size_t j = 0; j < a.Rows(); ++j) av += a(i, j) * v(j, k), dot += v(j, k) * v(j, i);
             EXPECT_NEAR(av, lambda[k] * v(i, k), 1e-7 * scale) << "column " << k << " row " << i;
             EXPECT_NEAR(dot, k == i ? 1.0 : 0.0, 1e-13) << k << " " << i;
         }
@@ -334,8 +331,7 @@ TEST(SymmMatrix, ConstructionAccessReshapeColumnLengthsSymmetryAndPrint)
     const std::pair<Values, bool> symmetric[] = {
         {{}, true}, {{1, 1, 1 + kEps, 1}, true}, {{1, 1, 1 + 2 * kEps, 1}, false},
         {{0, 1e6, std::nextafter(1e6, 2e6), 0}, false}, {{0, 0, 5, 0, 0, 0, 5 + 1e-15, 0, 0}, false}};
-    for (const auto& [values, expected] : symmetric)
-        EXPECT_EQ(Square(values).IsSymmetric(), expected) << values.size();
+    for (const auto& [values, expected] : symmetric) EXPECT_EQ(Square(values).IsSymmetric(), expected) << values.size();
     const std::tuple<Values, double, int64, int64> largest[] = {{{9, 0, 0, 9}, 0.0, -7, -8},
                                                                {{100, 0, -3, 0, 100, 3, -3, 3, 100}, 3.0, 0, 2},
                                                                {{0, 1, 0, -4, 0, 2, 0, 2, 0}, 4.0, 1, 0}};
@@ -410,8 +406,7 @@ TEST(SymmMatrix, JacobiDecomposesGeneralSymmetricMatricesAndTerminates)
         for (int trial = 0; trial < 20; ++trial)
         {
             CSymmMatrix<double> a(static_cast<int64>(n));
-            for (std::size_t k = 0; k < n * n; ++k)
-                a(k % n, k / n) = a(k / n, k % n) = thousandths(engine) / 1000.0;
+            for (std::size_t k = 0; k < n * n; ++k) a(k % n, k / n) = a(k / n, k % n) = thousandths(engine) / 1000.0;
             lambda.resize(n);
             a.SolveEigenProblem(v, lambda, kEps);
             ExpectEigenDecomposition(a, v, lambda);

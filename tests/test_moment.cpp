@@ -47,8 +47,7 @@ const Compute kCovariance = &CMoment::ComputeCovariance, kInertia = &CMoment::Co
 CMoment Fed(int64 dimension, const Points& points, Compute compute = nullptr)
 {
     CMoment m(dimension);
-    for (const Point& p : points)
-        m(p.w, p.x, p.y, p.z);
+    for (const Point& p : points) m(p.w, p.x, p.y, p.z);
     if (compute)
         (m.*compute)();
     return m;
@@ -60,8 +59,7 @@ std::array<T, 3> AsArray(const TOLX::CTriple<T>& t) { return {t.x, t.y, t.z}; }
 std::vector<Vec> Axes(const CMoment& m)
 {
     std::vector<Vec> out;
-    for (const auto& a : m.getInertiaVectors())
-        out.push_back(AsArray(a));
+    for (const auto& a : m.getInertiaVectors()) out.push_back(AsArray(a));
     return out;
 }
 
@@ -84,14 +82,12 @@ std::array<Vec, 3> CentralSums(const Points& points, double& mass)
 {
     Vec c{0, 0, 0};
     mass = 0;
-    for (const Point& p : points)
-        mass += p.w, c = {c[0] + p.w * p.x, c[1] + p.w * p.y, c[2] + p.w * p.z};
+    for (const Point& p : points) mass += p.w, c = {c[0] + p.w * p.x, c[1] + p.w * p.y, c[2] + p.w * p.z};
     std::array<Vec, 3> s{};
     for (const Point& p : points)
     {
         const Vec d{p.x - c[0] / mass, p.y - c[1] / mass, p.z - c[2] / mass};
-        for (int k = 0; k < 9; ++k)
-            s[k / 3][k % 3] += p.w * d[k / 3] * d[k % 3];
+        for (int k = 0; k < 9; ++k) s[k / 3][k % 3] += p.w * d[k / 3] * d[k % 3];
     }
     return s;
 }
@@ -137,8 +133,7 @@ const Keys kKeys2d = {
 Keys KeysOf(const CValueMap& map)
 {
     Keys keys;
-    for (const auto& key : map.Keys())
-        keys.push_back(key.ToString());
+    for (const auto& key : map.Keys()) keys.push_back(key.ToString());
     return keys;
 }
 
@@ -225,8 +220,7 @@ TEST(Moment, DimensionLabelAndEmptySpaceChecks)
         {[&] { objects(3, 1, 1, 0); }, "Label exceeds size", "TOLX::CObjectMoment::operator ()", 304},
         {[&] { (void)objects.Mass(3); }, "Label exceeds size", "TOLX::CObjectMoment::checkLabel", 558},
     };
-    for (const auto& [action, message, function, line] : cases)
-        ExpectThrowAt(action, message, function, kHeader, line);
+    for (const auto& [action, message, function, line] : cases) ExpectThrowAt(action, message, function, kHeader, line);
     for (const int64 count : {int64(-1), int64(1) << 62})
         ExpectStdThrow<std::length_error>([count] { CObjectMoment bad(count, 3); }, "vector<T> too long");
     // Negative labels pass the one-sided test and fail the container's check.
@@ -327,8 +321,7 @@ TEST(Moment, TensorsOfASkewedCloudTheirDecompositionsAndScaledAxes)
         const bool inertia = compute != kCovariance;
         const double scale = compute == kInertia ? 1.0 : compute == kCovariance ? 1 / mass : 1 / (mass * mass);
         const double tol = 1e-9 * trace * scale;
-        for (const auto& [getter, i, j] : kNormed)
-            EXPECT_NEAR((m.*getter)(), s[i][j] * scale, tol) << i << j;
+        for (const auto& [getter, i, j] : kNormed) EXPECT_NEAR((m.*getter)(), s[i][j] * scale, tol) << i << j;
         std::array<Vec, 3> t{};
         for (std::size_t i = 0; i < 3; ++i)
             for (std::size_t j = 0; j < 3; ++j)
@@ -383,15 +376,12 @@ TEST(ObjectMoment, ForwardsToItsLabelsAndLaysOutTheirMaps)
 {
     CObjectMoment objects(1000, 3), wide(250, 2), narrow(5, 2), none(0, 3);
     CMoment reference(3);
-    for (const Point& p : kPlanar)
-        objects(5, p.x, p.y, p.w), reference(1, p.x, p.y, p.w);
-    for (int64 label : {7, 100, 249})
-        wide(label, 1, 1, 0);
+    for (const Point& p : kPlanar) objects(5, p.x, p.y, p.w), reference(1, p.x, p.y, p.w);
+    for (int64 label : {7, 100, 249}) wide(label, 1, 1, 0);
     narrow(3, 1, 1, 0), narrow(3, 2, 2, 0);
     EXPECT_EQ(CaptureStandardError([&] { none.Compute(); objects.Compute(); }), kDeprecation);
     CaptureStandardError([&] { reference.Compute(); wide.Compute(); narrow.Compute(); });
-    for (const auto& [key, getter, forward] : kScalars)
-        EXPECT_EQ((objects.*forward)(5), (reference.*getter)()) << key;
+    for (const auto& [key, getter, forward] : kScalars) EXPECT_EQ((objects.*forward)(5), (reference.*getter)()) << key;
     EXPECT_EQ(objects.CenterOfMass(5).y, reference.CenterOfMass().y);
     EXPECT_EQ(objects.getInertiaMoments(5), reference.getInertiaMoments());
     EXPECT_TRUE(objects.getInertiaAxes(5) == reference.getInertiaAxes() &&

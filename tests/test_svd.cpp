@@ -57,8 +57,7 @@ Decomposition Decompose(const CMatrix<double>& A, bool sort, double fill = 0)
 {
     Decomposition d{CMatrix<double>(A.Rows(), A.Cols()), CMatrix<double>(A.Cols(), 1),
                     CMatrix<double>(A.Cols(), A.Cols()), false};
-    for (CMatrix<double>* m : {&d.U, &d.S, &d.V})
-        *m += fill;
+    for (CMatrix<double>* m : {&d.U, &d.S, &d.V}) *m += fill;
     d.converged = CNumeric::Svd(A, d.U, d.S, d.V, sort);
     return d;
 }
@@ -73,8 +72,7 @@ void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tol
         for (std::size_t j = 0; j < n; ++j)
         {
             double sum = 0.0;
-            for (std::size_t k = 0; k < n; ++k)
-                sum += d.U(i, k) * d.S(k, 0) * d.V(j, k);
+            for (std::size_t k = 0; k < n; ++k) sum += d.U(i, k) * d.S(k, 0) * d.V(j, k);
             EXPECT_NEAR(sum, A(i, j), tolerance) << i << "," << j;
         }
     for (std::size_t p = 0; p < n; ++p)
@@ -83,10 +81,8 @@ void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tol
         for (std::size_t q = 0; q < n; ++q)
         {
             double vv = 0.0, uu = 0.0;
-            for (std::size_t k = 0; k < n; ++k)
-                vv += d.V(k, p) * d.V(k, q);
-            for (std::size_t k = 0; k < m; ++k)
-                uu += d.U(k, p) * d.U(k, q);
+            for (std::size_t k = 0; k < n; ++k) vv += d.V(k, p) * d.V(k, q);
+            for (std::size_t k = 0; k < m; ++k) uu += d.U(k, p) * d.U(k, q);
             const double expected = p == q ? 1.0 : 0.0;
             EXPECT_NEAR(vv, expected, tolerance);
             EXPECT_NEAR(d.S(p, 0) > tolerance && d.S(q, 0) > tolerance ? uu : expected, expected, tolerance);
@@ -99,8 +95,7 @@ TOLX::CSvdWorkspace Prepared(int m, int n, const std::vector<double>& rowMajor)
 {
     TOLX::CSvdWorkspace work;
     work.Prepare(m, n);
-    for (int k = 0; k < m * n; ++k)
-        work.A()[k / n + 1][k % n + 1] = rowMajor[std::size_t(k)];
+    for (int k = 0; k < m * n; ++k) work.A()[k / n + 1][k % n + 1] = rowMajor[std::size_t(k)];
     return work;
 }
 
@@ -155,8 +150,7 @@ TEST(Svd, DecomposesSortsWritesInPlaceAndSaturatesWhenWritingFloatsBack)
     // With the facet shapes d - 1 by d, which the hull's lean worker shares.
     std::vector<CMatrix<double>> inputs = {Random(4, 4, 1), Random(7, 3, 2), Random(1, 3, 3),
                                            Random(3, 6, 4), deficient,       Random(40, 35, 5)};
-    for (std::size_t d = 2; d <= 9; ++d)
-        inputs.push_back(Random(d - 1, d, unsigned(d)));
+    for (std::size_t d = 2; d <= 9; ++d) inputs.push_back(Random(d - 1, d, unsigned(d)));
     for (const CMatrix<double>& A : inputs)
         for (bool sort : {false, true})
         {
@@ -169,8 +163,7 @@ TEST(Svd, DecomposesSortsWritesInPlaceAndSaturatesWhenWritingFloatsBack)
     const Decomposition sorted = Decompose(A, true);
     EXPECT_EQ(sorted.S, FromRows({{3}, {2}, {1}}));
     const int sourceAxis[] = {1, 2, 0};
-    for (int j = 0; j < 3; ++j)
-        EXPECT_DOUBLE_EQ(sorted.U(sourceAxis[j], j) * sorted.V(sourceAxis[j], j), 1.0) << j;
+    for (int j = 0; j < 3; ++j) EXPECT_DOUBLE_EQ(sorted.U(sourceAxis[j], j) * sorted.V(sourceAxis[j], j), 1.0) << j;
     // Equal values keep the worker's order: the 2 from column 0 stays first.
     const Decomposition ties = Decompose(FromRows({{2, 0, 0}, {0, 5, 0}, {0, 0, 2}}), true);
     for (const auto& [row, col] : {std::pair{1, 0}, {0, 1}, {2, 2}})
@@ -189,19 +182,16 @@ TEST(Svd, DecomposesSortsWritesInPlaceAndSaturatesWhenWritingFloatsBack)
     using TOLX::Impl::NarrowResult;
     const std::pair<double, float> narrowed[] = {{3.5e38, big}, {-1e300, -big}, {3.4028234663852886e38, big},
                                                  {kInf, float(kInf)}, {-kInf, -float(kInf)}, {0.1, 0.1f}};
-    for (const auto& [wide, narrow] : narrowed)
-        EXPECT_EQ(NarrowResult<float>(wide), narrow) << wide;
+    for (const auto& [wide, narrow] : narrowed) EXPECT_EQ(NarrowResult<float>(wide), narrow) << wide;
     EXPECT_TRUE(std::isnan(NarrowResult<float>(std::nan(""))));
     EXPECT_EQ(NarrowResult<double>(1e300), 1e300);
     const CMatrix<double> A = Random(3, 3, 6);
     const Decomposition reference = Decompose(A, false);
     // Larger outputs: the extra row and column keep their values.
     CMatrix<double> U(4, 4), S(3, 2), V(4, 4);
-    for (CMatrix<double>* m : {&U, &S, &V})
-        *m += 7.0;
+    for (CMatrix<double>* m : {&U, &S, &V}) *m += 7.0;
     ASSERT_TRUE(CNumeric::Svd(A, U, S, V, false));
-    for (std::size_t k = 0; k < 4; ++k)
-        EXPECT_TRUE(U(3, k) == 7.0 && U(k, 3) == 7.0 && V(k, 3) == 7.0) << k;
+    for (std::size_t k = 0; k < 4; ++k) EXPECT_TRUE(U(3, k) == 7.0 && U(k, 3) == 7.0 && V(k, 3) == 7.0) << k;
     EXPECT_EQ(S(2, 1), 7.0);
     EXPECT_EQ(S(2, 0), reference.S(2, 0));
     // Too few rows in U: the first two rows are written, then the write
@@ -211,8 +201,7 @@ TEST(Svd, DecomposesSortsWritesInPlaceAndSaturatesWhenWritingFloatsBack)
                   "Index exceeds matrix bounds.Tried to access index (2,0) but Matrix size is 2-by-3",
                   "TOLX::CMatrix<double>::operator ()", "src/Numeric/Matrix.cpp", 91);
     for (std::size_t i = 0; i < 2; ++i)
-        for (std::size_t j = 0; j < 3; ++j)
-            EXPECT_EQ(small(i, j), reference.U(i, j));
+        for (std::size_t j = 0; j < 3; ++j) EXPECT_EQ(small(i, j), reference.U(i, j));
     // A workspace used for a larger input gives the results of a fresh one.
     TOLX::CSvdWorkspace work;
     CMatrix<double> wideU(6, 5), wideS(5, 1), wideV(5, 5), U3(3, 3), S3(3, 1), V3(3, 3);
@@ -255,8 +244,7 @@ TEST(Svd, RankIsStrictAndExtremeInputsGiveThePublishedResults)
     huge *= 0x1p510;
     const Decomposition d = Decompose(huge, false);
     EXPECT_TRUE(d.S(0, 0) == 0.0 && std::isnan(d.S(1, 0)));
-    for (std::size_t k = 0; k < 4; ++k)
-        EXPECT_TRUE(std::isnan(d.U.Data()[k]) && std::isnan(d.V.Data()[k])) << k;
+    for (std::size_t k = 0; k < 4; ++k) EXPECT_TRUE(std::isnan(d.U.Data()[k]) && std::isnan(d.V.Data()[k])) << k;
     // A subnormal superdiagonal: V's reflection divides by it, (0 / 1) / g
     // and 1 / g with g = -5e-324 run to -infinity.
     EXPECT_EQ(Decompose(FromRows({{1, 5e-324}, {0, 1}}), false).V(1, 1), -kInf);
@@ -280,8 +268,7 @@ TEST(Svd, RankIsStrictAndExtremeInputsGiveThePublishedResults)
 TEST(SvdWithoutU, EveryShapeGivesTheFullWorkersBits)
 {
     std::vector<std::pair<int, int>> shapes = {{1, 1}, {3, 3}, {5, 3}, {2, 5}, {1, 4}, {9, 9}, {40, 40}};
-    for (int d = 2; d <= CNrSvd::kLargestFixedDimension + 1; ++d)
-        shapes.emplace_back(d - 1, d);
+    for (int d = 2; d <= CNrSvd::kLargestFixedDimension + 1; ++d) shapes.emplace_back(d - 1, d);
     // Both entry points on copies of one input: the converged flag, every
     // singular value and every element of V must have the same bits.
     for (const auto& [m, n] : shapes)

@@ -37,8 +37,7 @@ Values Of(const T3& t) { return {t.x, t.y, t.z}; }
 Values Of(const IMatrix<double>& m)
 {
     Values values;
-    for (std::size_t k = 0; k < m.Rows() * m.Cols(); ++k)
-        values.push_back(m(k / m.Cols(), k % m.Cols()));
+    for (std::size_t k = 0; k < m.Rows() * m.Cols(); ++k) values.push_back(m(k / m.Cols(), k % m.Cols()));
     return values;
 }
 

@@ -27,8 +27,7 @@ inline std::string CaptureStandardError(const std::function<void()>& action)
     std::fflush(stderr);
     std::string text;
     std::rewind(file.get());
-    for (int c; (c = std::fgetc(file.get())) != EOF;)
-        text += char(c);
+    for (int c; (c = std::fgetc(file.get())) != EOF;) text += char(c);
     return text;
 }
 } // namespace vorntest

@@ -18,8 +18,7 @@ template <class T = double>
 TOLX::CMatrix<T> Mat(std::size_t rows, std::size_t cols, std::initializer_list<double> rowMajor)
 {
     TOLX::CMatrix<T> m(rows, cols);
-    for (std::size_t k = 0; k < rows * cols; ++k)
-        m(k / cols, k % cols) = static_cast<T>(rowMajor.begin()[k]);
+    for (std::size_t k = 0; k < rows * cols; ++k) m(k / cols, k % cols) = static_cast<T>(rowMajor.begin()[k]);
     return m;
 }
 
@@ -50,8 +49,7 @@ template <class T>
 std::vector<T> Elements(const TOLX::IMatrix<T>& m)
 {
     std::vector<T> out;
-    for (std::size_t k = 0; k < m.Rows() * m.Cols(); ++k)
-        out.push_back(m(k / m.Cols(), k % m.Cols()));
+    for (std::size_t k = 0; k < m.Rows() * m.Cols(); ++k) out.push_back(m(k / m.Cols(), k % m.Cols()));
     return out;
 }
 } // namespace testsupport
