@@ -202,29 +202,24 @@ TEST(Vec3, OrderingEqualityLengthArithmeticAndConversions)
         {{0, 0, 1}, {0, 0, std::nextafter(1.0, 2.0)}, true, true},
         {{1, 2, 3}, {1 + 1e-15, 2, 3}, true, false}, {{1, 2, 3}, {1, 2, 3 + 1e-15}, true, false},
         {{0, 0, 0}, {0, eps, 0}, true, true},        {{0, 0, 0}, {0, 0, std::nextafter(eps, 1.0)}, true, false}};
-    for (std::size_t i = 0; i < std::size(pairs); ++i)
-    {
-        const auto& [a, b, less, equal] = pairs[i];
-        EXPECT_TRUE((a < b) == less && (a == b) == equal && (a != b) == !equal) << "pair " << i;
-    }
+    for (const auto& [a, b, less, equal] : pairs)
+        EXPECT_TRUE((a < b) == less && (a == b) == equal && (a != b) == !equal) << a[0] << " " << b[0];
     const CVec3 withNan(std::nan(""), 0, 0);
     EXPECT_FALSE(withNan == CVec3() || withNan != CVec3());
     // The matrix's inequality is the negation of its equality.
-    EXPECT_TRUE(CMatrix3(withNan, CVec3(), CVec3()) != CMatrix3());
-    EXPECT_FALSE(CMatrix3() != CMatrix3(0, 0, 0, 0, 1e-17, 0, 0, 0, 0));
+    EXPECT_TRUE(CMatrix3(withNan, CVec3(), CVec3()) != CMatrix3() && !(CMatrix3() != CMatrix3(0, 0, 0, 0, 1e-17, 0, 0, 0, 0)));
     // The squared length of 1e-300 underflows; division multiplies by the
     // reciprocal, which differs from the quotient 5 / 3.
-    EXPECT_TRUE(CVec3().IsNull() && CVec3(1e-300, 0, 0).IsNull() && !CVec3(1e-300, 0, 0).IsNotNull());
-    EXPECT_FALSE(CVec3(1e-100, 0, 0).IsNull());
+    EXPECT_TRUE(CVec3().IsNull() && CVec3(1e-300, 0, 0).IsNull() && !CVec3(1e-300, 0, 0).IsNotNull() &&
+                !CVec3(1e-100, 0, 0).IsNull());
     CVec3 v(3, 0, 4), zero, tiny(1e-300, 0, 0), w(5, 0, 0);
     const V unit{3 * (1.0 / 5), 0, 4 * (1.0 / 5)};
     EXPECT_TRUE(v.Length() == 5.0 && Of(v.NormalizedCopy()) == unit && Of(v) == (V{3, 0, 4}) && Of(v.Normalize()) == unit);
     EXPECT_TRUE(Of(zero.Normalize()) == (V{0, 0, 0}) && Of(tiny.Normalize()) == (V{1e-300, 0, 0}));
     ASSERT_NE(5.0 * (1.0 / 3.0), 5.0 / 3.0);
     EXPECT_TRUE((CVec3(5, 0, 0) / 3.0)[0] == 5.0 * (1.0 / 3.0) && (w /= 3.0)[0] == 5.0 * (1.0 / 3.0));
-    EXPECT_EQ(CVec3(1, 2, 3) * CVec3(4, 5, 6), 32.0);
-    EXPECT_EQ(Of(CVec3(1, 2, 3).CrossProd(CVec3(4, 5, 6))), (V{-3, 6, -3}));
-    EXPECT_EQ(Of(CVec3(1, 2, 3) - CVec3(4, 6, 8) * 0.5 + -CVec3(1, 1, 1)), (V{-2, -2, -2}));
+    EXPECT_TRUE(CVec3(1, 2, 3) * CVec3(4, 5, 6) == 32.0 && Of(CVec3(1, 2, 3).CrossProd(CVec3(4, 5, 6))) == (V{-3, 6, -3}) &&
+                Of(CVec3(1, 2, 3) - CVec3(4, 6, 8) * 0.5 + -CVec3(1, 1, 1)) == (V{-2, -2, -2}));
     const float floats[3] = {0.1f, -2.5f, 3.0f};
     w.SetFromFloats(floats);
     EXPECT_EQ(Of(w), (V{static_cast<double>(0.1f), -2.5, 3.0}));
@@ -239,8 +234,7 @@ TEST(Matrix3, MembersDeterminantAdjointInverseAndTheAsymmetricSingularBoundary)
     EXPECT_TRUE(identity.Determinant() == 1.0 && oneToNine.Determinant() == 0.0);
     EXPECT_TRUE(identity.AdjointMatrix() == identity && identity.InverseMatrix() == identity);
     const CMatrix3 a(CVec3(2, 0, 0), CVec3(0, 3, 0), CVec3(1, 0, 4));
-    EXPECT_EQ(a.Determinant(), 24.0);
-    EXPECT_EQ(Members(a.AdjointMatrix()), (V{12, 0, -3, 0, 8, 0, 0, 0, 6}));
+    EXPECT_TRUE(a.Determinant() == 24.0 && Members(a.AdjointMatrix()) == (V{12, 0, -3, 0, 8, 0, 0, 0, 6}));
     EXPECT_TRUE(a * a.InverseMatrix() == identity);
     // Members (1,2,0), (0,1,0), (0,0,2): the inverse's members are the
     // columns of the textbook inverse of the matrix with those rows.
