@@ -65,8 +65,7 @@ TEST(Primitives, ConstructorsStoreFieldsInTheirArgumentOrderAndCheckUnitLengths)
         {disk.GetDistanceToOrigin(), 1}, {disk.GetRadius(), 0.5}};
     for (const auto& [actual, expected] : values) EXPECT_EQ(actual, expected);
     // Unit length is checked on the length, with one epsilon: 1 + eps passes.
-    EXPECT_NO_THROW(CPlane(kOrigin, T3(1 + kEps, 0, 0)));
-    EXPECT_NO_THROW(CLine(T3(0.6, 0.8, 0), kOrigin));
+    EXPECT_NO_THROW((CPlane(kOrigin, T3(1 + kEps, 0, 0)), CLine(T3(0.6, 0.8, 0), kOrigin)));
     const CLine up(kZ, T3(1, 1, 0));
     const CPlane reversed(T3(0, 0, 5), kZ * -1.0), unit(kZ, kZ);
     const std::tuple<std::function<void()>, const char*, const char*, const char*, int> cases[] = {
@@ -93,12 +92,11 @@ TEST(Distances, IntersectionProjectionClosedFormDistancesAndPolynomialRoots)
     const CLine up(kZ, T3(1, 1, 0));
     const CPlane atFive(T3(0, 0, 5), kZ);
     EXPECT_DOUBLE_EQ(up.LambdaOfIntersectionWithPlane(atFive), 5);
-    ExpectTriple(Intersection(atFive, up), T3(1, 1, 5), 1e-12);
-    ExpectTriple(Intersection(up, atFive), T3(1, 1, 5), 1e-12);
-    ExpectTriple(Projection(kZ, CPlane(kZ, kZ)), kZ, 1e-12);
-    // The ray from the normal's tip along the point: (0,0,1) + 2.5 (0.6, 0, 0.8),
-    // not the foot (0.6, 0, 3) of the point.
-    ExpectTriple(Projection(T3(0.6, 0, 0.8), CPlane(kZ, 3.0)), T3(1.5, 0, 3), 1e-12);
+    // The last projection is the ray from the normal's tip along the point:
+    // (0,0,1) + 2.5 (0.6, 0, 0.8), not the foot (0.6, 0, 3) of the point.
+    const std::pair<T3, T3> meets[] = {{Intersection(atFive, up), T3(1, 1, 5)}, {Intersection(up, atFive), T3(1, 1, 5)},
+                                       {Projection(kZ, CPlane(kZ, kZ)), kZ}, {Projection(T3(0.6, 0, 0.8), CPlane(kZ, 3.0)), T3(1.5, 0, 3)}};
+    for (const auto& [actual, expected] : meets) ExpectTriple(actual, expected, 1e-12);
     const CSegment xAxis(kX, kOrigin, 2);
     const CCircle circle(kOrigin, kZ, 2);
     const CDisk disk(kOrigin, kZ, 2);
@@ -186,6 +184,5 @@ TEST(Distances, IntersectionProjectionClosedFormDistancesAndPolynomialRoots)
     // Every root of (x-1)(x-2)(x-3)(x-4) appears at least twice.
     const Roots four = RootsOfPolynom4thOrder(1, -10, 35, -50, 24);
     for (const double expected : {1.0, 2.0, 3.0, 4.0})
-        EXPECT_GE(std::count_if(four.begin(), four.end(), [&](double r) { return std::fabs(r - expected) < 1e-9; }), 2)
-            << expected;
+        EXPECT_GE(std::count_if(four.begin(), four.end(), [&](double r) { return std::fabs(r - expected) < 1e-9; }), 2) << expected;
 }
