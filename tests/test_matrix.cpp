@@ -89,8 +89,7 @@ TEST(Matrix, BoundsAndShapeMessages)
     const CMatrix3& cm = m3;
     Shaped<CVec3> shapedVec;
     Shaped<CMatrix3> shapedMatrix;
-    EXPECT_NO_THROW(shapedVec.Reshape(3, 1));
-    EXPECT_NO_THROW(shapedMatrix.Reshape(3, 3));
+    EXPECT_NO_THROW((shapedVec.Reshape(3, 1), shapedMatrix.Reshape(3, 3)));
     const std::string dense = "src/Numeric/Matrix.cpp", iface = "src/Numeric/MatrixInterface.cpp", vec = "src/Numeric/Vec3.cpp";
     const std::string mat = "src/Numeric/Matrix3.cpp", reshape = "Reshape into other dimensions than (3,";
     const std::string at = "Index exceeds matrix bounds. Tried to access index ", atWrite = "Index exceeds matrix bounds.Tried to access index ";

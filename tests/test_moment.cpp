@@ -378,8 +378,8 @@ TEST(ObjectMoment, ForwardsToItsLabelsAndLaysOutTheirMaps)
     EXPECT_EQ(CaptureStandardError([&] { none.Compute(); objects.Compute(); }), kDeprecation);
     CaptureStandardError([&] { reference.Compute(); wide.Compute(); narrow.Compute(); });
     for (const auto& [key, getter, forward] : kScalars) EXPECT_EQ((objects.*forward)(5), (reference.*getter)()) << key;
-    EXPECT_EQ(objects.CenterOfMass(5).y, reference.CenterOfMass().y);
-    EXPECT_EQ(objects.getInertiaMoments(5), reference.getInertiaMoments());
+    EXPECT_TRUE(objects.CenterOfMass(5).y == reference.CenterOfMass().y &&
+                objects.getInertiaMoments(5) == reference.getInertiaMoments());
     EXPECT_TRUE(objects.getInertiaAxes(5) == reference.getInertiaAxes() &&
                 objects.getTensorMatrix(5) == reference.getTensorMatrix() &&
                 objects.getScaledInertiaAxes(5) == reference.getScaledInertiaAxes());

@@ -81,8 +81,8 @@ void ExpectValidSvd(const CMatrix<double>& A, const Decomposition& d, double tol
         for (std::size_t q = 0; q < n; ++q)
         {
             double vv = 0.0, uu = 0.0;
-            for (std::size_t k = 0; k < n; ++k) vv += d.V(k, p) * d.V(k, q);
-            for (std::size_t k = 0; k < m; ++k) uu += d.U(k, p) * d.U(k, q);
+            for (std::size_t k = 0; k < std::max(m, n); ++k)
+                vv += k < n ? d.V(k, p) * d.V(k, q) : 0, uu += k < m ? d.U(k, p) * d.U(k, q) : 0;
             const double expected = p == q ? 1.0 : 0.0;
             EXPECT_NEAR(vv, expected, tolerance);
             EXPECT_NEAR(d.S(p, 0) > tolerance && d.S(q, 0) > tolerance ? uu : expected, expected, tolerance);
@@ -123,13 +123,10 @@ std::vector<std::vector<double>> Inputs(int m, int n, unsigned seed)
         [&](std::size_t) { return unit(engine); },
         [&](std::size_t) { return std::ldexp(unit(engine), exponent(engine)); },
         [&](std::size_t) { return static_cast<double>(small(engine)); },
-        [](std::size_t) { return 0.0; },
-        [](std::size_t k) { return k % 2 == 0 ? -0.0 : 0.0; },
-        [](std::size_t) { return 1.0; },
+        [](std::size_t) { return 0.0; }, [](std::size_t k) { return k % 2 == 0 ? -0.0 : 0.0; }, [](std::size_t) { return 1.0; },
         [](std::size_t k) { return std::ldexp(1.0 + static_cast<double>(k), -1070); },
         [&](std::size_t k) { return std::ldexp(unit(engine), k % 2 == 0 ? 1000 : -1000); },
-        [&](std::size_t k) { return row[k % n]; },
-        [&](std::size_t k) { return row[k % n] * static_cast<double>(k / n + 1); },
+        [&](std::size_t k) { return row[k % n]; }, [&](std::size_t k) { return row[k % n] * static_cast<double>(k / n + 1); },
         [&](std::size_t k) { return k % n == 1 ? 0.0 : unit(engine); },
         [&](std::size_t k) { return k == count / 2 ? 1e-300 : unit(engine); },
         [&](std::size_t k) { return k == 0 ? std::numeric_limits<double>::infinity() : unit(engine); },

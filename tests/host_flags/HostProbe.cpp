@@ -102,8 +102,6 @@ void ProbeGeometry()
             Out("points", Of(line.GetPoint(Next(14))));
             Out("distances", {Distance(line, x), Distance(segment, x), Distance(segment, other), Distance(circle, x),
                               Distance(CDisk(point, u, 0x1p-4), x), Distance(CLine(T3(0, 1, 0), x), circle)});
-            Out("points", Of(Intersection(line, CPlane(x, u))));
-            Out("points", Of(Projection(u, byDistance)));
         }
         catch (const CException& e)
         {

@@ -14,11 +14,7 @@ template <class Action>
 void ExpectThrowAt(Action&& action, const std::string& message, const std::string& function,
                    const std::string& file, int line)
 {
-    try
-    {
-        action();
-        ADD_FAILURE() << "no exception, expected: " << message;
-    }
+    try { action(), ADD_FAILURE() << "no exception, expected: " << message; }
     catch (const TOLX::CException& e)
     {
         const auto& at = e.Location();
