@@ -46,11 +46,7 @@ CMatrix<double> Random(std::size_t rows, std::size_t cols, unsigned seed)
     return m;
 }
 
-struct Decomposition
-{
-    CMatrix<double> U, S, V;
-    bool converged;
-};
+struct Decomposition { CMatrix<double> U, S, V; bool converged; };
 
 // The outputs start at `fill`, so that what is left unwritten shows.
 Decomposition Decompose(const CMatrix<double>& A, bool sort, double fill = 0)
@@ -194,8 +190,7 @@ TEST(Svd, OutputsAreWrittenInPlaceNeverReshapedAndWorkspacesReused)
     // Too few rows in U: the first two rows are written, then the write
     // accessor reports the third.
     CMatrix<double> small(2, 3);
-    ExpectThrowAt([&] { CNumeric::Svd(A, small, S, V, false); },
-                  "Index exceeds matrix bounds.Tried to access index (2,0) but Matrix size is 2-by-3",
+    ExpectThrowAt([&] { CNumeric::Svd(A, small, S, V, false); }, "Index exceeds matrix bounds.Tried to access index (2,0) but Matrix size is 2-by-3",
                   "TOLX::CMatrix<double>::operator ()", "src/Numeric/Matrix.cpp", 91);
     for (std::size_t i = 0; i < 2; ++i)
         for (std::size_t j = 0; j < 3; ++j) EXPECT_EQ(small(i, j), reference.U(i, j));
