@@ -12,6 +12,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 using TOLX::CMatrix;
@@ -82,9 +83,6 @@ TEST(Matrix, BoundsAndShapeMessages)
     CMatrix<float> f(1, 1), empty, row(1, 3);
     CVec3 v;
     CMatrix3 m3;
-    const CMatrix<double>& cmd = m;
-    const CVec3& cv = v;
-    const CMatrix3& cm = m3;
     Shaped<CVec3> shapedVec;
     Shaped<CMatrix3> shapedMatrix;
     EXPECT_NO_THROW((shapedVec.Reshape(3, 1), shapedMatrix.Reshape(3, 3)));
@@ -93,7 +91,7 @@ TEST(Matrix, BoundsAndShapeMessages)
     const std::string at = "Index exceeds matrix bounds. Tried to access index ", atWrite = "Index exceeds matrix bounds.Tried to access index ";
     const std::string ofVec = " but Matrix size is 3-by-1", ofMatrix = " but Matrix size is 3-by-3";
     const std::tuple<std::function<void()>, std::string, std::string, std::string, int> cases[] = {
-        {[&] { (void)cmd(2, 0); }, at + "(2,0) but Matrix size is 2-by-3", kAccess, dense, 83},
+        {[&] { (void)std::as_const(m)(2, 0); }, at + "(2,0) but Matrix size is 2-by-3", kAccess, dense, 83},
         {[&] { m(2, 0) = 1.0; }, atWrite + "(2,0) but Matrix size is 2-by-3", kAccess, dense, 91},
         {[&] { f(0, 1) = 1.0f; }, atWrite + "(0,1) but Matrix size is 1-by-1", "TOLX::CMatrix<float>::operator ()", dense, 91},
         {[&] { a += b; }, "Tried to add 2-by-3 and 3-by-2 matrices", "TOLX::IMatrix<double>::operator +=", iface, 130},
@@ -106,15 +104,15 @@ TEST(Matrix, BoundsAndShapeMessages)
         {[&] { (void)(a * two); }, "Trying to multiply non-conform matrices.", "TOLX::CMatrix<double>::operator *", dense, 124},
         {[&] { v(0, 1); }, at + "(0,1)" + ofVec, "TOLX::CVec3::operator ()", vec, 96},
         {[&] { v(3, 0); }, at + "(3,0)" + ofVec, "TOLX::CVec3::operator ()", vec, 96},
-        {[&] { cv(2, 1); }, at + "(2,1)" + ofVec, "TOLX::CVec3::operator ()", vec, 106},
-        {[&] { cv[3]; }, at + "(3)" + ofVec, "TOLX::CVec3::operator []", vec, 116},
+        {[&] { std::as_const(v)(2, 1); }, at + "(2,1)" + ofVec, "TOLX::CVec3::operator ()", vec, 106},
+        {[&] { std::as_const(v)[3]; }, at + "(3)" + ofVec, "TOLX::CVec3::operator []", vec, 116},
         {[&] { v[-1]; }, at + "(-1)" + ofVec, "TOLX::CVec3::operator []", vec, 126},
-        {[&] { cv.Row(3); }, at + "(3)" + ofVec, "TOLX::CVec3::Row", vec, 211},
+        {[&] { std::as_const(v).Row(3); }, at + "(3)" + ofVec, "TOLX::CVec3::Row", vec, 211},
         {[&] { shapedVec.Reshape(1, 3); }, reshape + "1) is not possible for an instance of CVec3.", "TOLX::CVec3::Reshape", vec, 308},
         {[&] { m3(3, 0); }, at + "(3,0)" + ofMatrix, "TOLX::CMatrix3::operator ()", mat, 114},
-        {[&] { cm(0, 3); }, at + "(0,3)" + ofMatrix, "TOLX::CMatrix3::operator ()", mat, 124},
-        {[&] { cm.Row(3); }, at + "(3,*)" + ofMatrix, "TOLX::CMatrix3::Row", mat, 151},
-        {[&] { cm.Col(4); }, at + "(1,4)" + ofMatrix, "TOLX::CMatrix3::Col", mat, 165},
+        {[&] { std::as_const(m3)(0, 3); }, at + "(0,3)" + ofMatrix, "TOLX::CMatrix3::operator ()", mat, 124},
+        {[&] { std::as_const(m3).Row(3); }, at + "(3,*)" + ofMatrix, "TOLX::CMatrix3::Row", mat, 151},
+        {[&] { std::as_const(m3).Col(4); }, at + "(1,4)" + ofMatrix, "TOLX::CMatrix3::Col", mat, 165},
         {[&] { m3.Col(3); }, at + "(1,3)" + ofMatrix, "TOLX::CMatrix3::Col", mat, 175},
         {[&] { shapedMatrix.Reshape(3, 1); }, reshape + "3) is not possible for an instance of CMatrix3.", "TOLX::CMatrix3::Reshape", mat, 245},
     };
