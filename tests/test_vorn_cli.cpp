@@ -38,10 +38,6 @@ struct ToolRun
     std::string out, err;
 };
 
-// A failing run: its arguments and standard input, the message expected after
-// "vorn: " as the only line on standard error, and the exit code.
-using ErrorCase = std::tuple<std::string, std::string, std::string, int>;
-
 // A file name as messages show it.
 std::string Named(const std::string& path) { return "'" + path + "'"; }
 
@@ -67,34 +63,27 @@ protected:
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(Path("stdout")), Slurp(Path("stderr"))};
     }
 
-    void ExpectOneLineErrors(const std::vector<ErrorCase>& cases)
+    // Failing runs: their arguments and standard input, the message expected
+    // after "vorn: " as the only line on standard error (or its start, up to
+    // "...", where libtiff's detail follows), and the exit code.
+    void ExpectOneLineErrors(const std::vector<std::tuple<std::string, std::string, std::string, int>>& cases)
     {
         for (const auto& [arguments, input, message, code] : cases)
         {
             const ToolRun run = Vorn(arguments, input);
-            EXPECT_EQ(std::make_tuple(run.code, run.err, run.out), std::make_tuple(code, "vorn: " + message + "\n", ""))
+            const bool start = message.size() > 3 && message.compare(message.size() - 3, 3, "...") == 0;
+            const std::string expected = "vorn: " + (start ? message.substr(0, message.size() - 3) : message + "\n");
+            EXPECT_EQ(std::make_tuple(run.code, start ? run.err.substr(0, expected.size()) : run.err, run.err.find('\n'), run.out),
+                      std::make_tuple(code, expected, run.err.size() - 1, ""))
                 << arguments;
         }
-    }
-
-    // A failing run whose one line of error starts with `start`, libtiff's
-    // detail after it.
-    void ExpectErrorStart(const ToolRun& run, int code, const std::string& start)
-    {
-        EXPECT_EQ(run.code, code);
-        EXPECT_EQ(run.err.rfind("vorn: " + start, 0), 0u) << run.err;
-        EXPECT_EQ(run.err.find('\n'), run.err.size() - 1) << run.err;
     }
 };
 
 #ifdef VORN_HAVE_TIFF
-// Labels for the four test objects, chosen to need the pixel type's full width.
-std::array<std::uint32_t, 4> LabelsFor(int bits)
-{
-    return bits == 8 ? std::array<std::uint32_t, 4>{1, 2, 200, 255}
-           : bits == 16 ? std::array<std::uint32_t, 4>{1, 300, 4000, 65535}
-                        : std::array<std::uint32_t, 4>{1, 5, 65536, 70000};
-}
+// Labels for the four test objects, chosen to need the pixel type's full width,
+// by bytes per pixel - 1.
+const std::uint32_t LABELS[][4] = {{1, 2, 200, 255}, {1, 300, 4000, 65535}, {}, {1, 5, 65536, 70000}};
 
 template <class Visit>
 void ForEachPixel(const TOLX::CImage& image, Visit&& visit)
@@ -110,7 +99,7 @@ void ForEachPixel(const TOLX::CImage& image, Visit&& visit)
 // two-pixel object.
 TOLX::CImage LabelImage(int bits, int depth)
 {
-    const auto [box, round, flat, pair] = LabelsFor(bits);
+    const auto [box, round, flat, pair] = LABELS[bits / 8 - 1];
     TOLX::CImage image(bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32,
                        TOLX::CSize(30, 24, depth));
     const int zc = depth / 2;
@@ -129,13 +118,14 @@ TOLX::CImage LabelImage(int bits, int depth)
     return image;
 }
 
-void WriteImage(const TOLX::CImage& image, const std::string& path)
+std::vector<vorntest::RawPage> PagesOf(const TOLX::CImage& image)
 {
     std::vector<vorntest::RawPage> pages;
     for (int z = 0; z < image.Depth(); ++z)
-        pages.push_back(vorntest::MakePage(8 * image.Type().BytesPerPixel(), image.Width(), image.Height(),
+        pages.push_back(vorntest::MakePage({std::uint32_t(image.Width()), std::uint32_t(image.Height()),
+                                            std::uint16_t(8 * image.Type().BytesPerPixel())},
                                            [&](int x, int y) { return image.GetPixel(x, y, z); }));
-    ASSERT_TRUE(vorntest::WriteRawTiff(path, pages));
+    return pages;
 }
 
 // A host value against its JSON: a string, a number (null for NaN and the
@@ -169,9 +159,8 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
 {
     std::thread([&] {
         const std::size_t d = image.Depth() > 1 ? 3 : 2;
-        std::uint64_t largest = 0;
-        ForEachPixel(image, [&](int, int, int, std::uint64_t label) { largest = std::max(largest, label); });
-        TOLX::CObjectMoment moments(TOLX::int64(largest + 1), TOLX::int64(d));
+        const std::uint32_t* labels = LABELS[image.Type().BytesPerPixel() - 1];
+        TOLX::CObjectMoment moments(TOLX::int64(labels[3] + 1), TOLX::int64(d));
         ForEachPixel(image, [&](int x, int y, int z, std::uint64_t label) {
             if (label)
                 moments(TOLX::int64(label), x, y, z);
@@ -180,14 +169,12 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
         const TOLX::CValueMap all = moments;
         auto entry = all.begin() + 3; // after "dim", "status", "no. of objects"
         TOLX::CImage painted(image.Type(), image.Size());
-        std::size_t i = 0;
-        for (TOLX::int64 label = 1; label <= TOLX::int64(largest); ++label)
+        ASSERT_EQ(objects.items.size(), 4u);
+        for (std::size_t i = 0; i < 4; ++i)
         {
-            if (moments.Mass(label) == 0)
-                continue;
+            const TOLX::int64 label = labels[i];
             SCOPED_TRACE("label " + std::to_string(label));
-            ASSERT_LT(i, objects.items.size());
-            const JsonValue& got = objects[i++];
+            const JsonValue& got = objects[i];
             std::vector<double> centre{moments.CenterOfMassX(label), moments.CenterOfMassY(label),
                                        moments.CenterOfMassZ(label)},
                 principal = moments.getInertiaMoments(label), axis;
@@ -195,11 +182,12 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
             principal.resize(d);
             for (std::size_t j = 0; j < d; ++j)
                 axis.push_back(moments.getInertiaAxes(label)(j, d == 3 ? 2 : 0));
+            // 3-D excentricity is null, which reads as 0.
             EXPECT_EQ(std::make_tuple(got["label"].number, got["pixels"].number, got["centre_of_mass"].Numbers(),
-                                      got["principal_moments"].Numbers(), got["main_axis"].Numbers()),
-                      std::make_tuple(double(label), moments.Mass(label), centre, principal, axis));
-            EXPECT_EQ(got["excentricity"].kind, d == 2 ? JsonValue::NUMBER : JsonValue::NUL);
-            EXPECT_EQ(got["excentricity"].number, d == 2 ? moments.getExcentricity(label) : 0.0); // null reads as 0
+                                      got["principal_moments"].Numbers(), got["main_axis"].Numbers(),
+                                      got["excentricity"].kind, got["excentricity"].number),
+                      std::make_tuple(double(label), moments.Mass(label), centre, principal, axis,
+                                      d == 2 ? JsonValue::NUMBER : JsonValue::NUL, d == 2 ? moments.getExcentricity(label) : 0.0));
             const auto& members = got["moments"].members;
             std::size_t k = 0;
             for (const auto& [key, value] : (entry++)->second->Map())
@@ -210,7 +198,6 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
                     ExpectSameValue(members[k++].second, *value, key.ToString());
                 }
             EXPECT_EQ(members.size(), k);
-            EXPECT_EQ(k, d == 3 ? 34u : 21u);
 
             TOLX::CConvexHullComputer hull(d, "direct", nullptr);
             hull.loadPointsFromImage(image, std::size_t(label));
@@ -222,9 +209,9 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
             catch (const TOLX::CException&)
             {
             }
-            ASSERT_EQ(got["hull"].kind == JsonValue::OBJECT, computed);
-            EXPECT_EQ(got["hull_problem"].kind, computed ? JsonValue::NUL : JsonValue::STRING);
-            EXPECT_EQ(got["solidity"].kind, computed ? JsonValue::NUMBER : JsonValue::NUL);
+            ASSERT_EQ(std::make_tuple(got["hull"].kind, got["hull_problem"].kind, got["solidity"].kind),
+                      computed ? std::make_tuple(JsonValue::OBJECT, JsonValue::NUL, JsonValue::NUMBER)
+                               : std::make_tuple(JsonValue::NUL, JsonValue::STRING, JsonValue::NUL));
             if (!computed)
                 continue;
             double inside = 0;
@@ -241,14 +228,10 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
                       std::make_tuple(double(hull.getA().size()), double(hull.getVertices().size()), inside));
             EXPECT_DOUBLE_EQ(got["solidity"].number, moments.Mass(label) / inside);
         }
-        EXPECT_EQ(i, objects.items.size());
-        ASSERT_EQ(pages.size(), std::size_t(image.Depth()));
-        for (int z = 0; z < image.Depth(); ++z)
-        {
-            EXPECT_EQ(pages[z].bits, 8 * image.Type().BytesPerPixel());
-            EXPECT_EQ(std::memcmp(pages[z].bytes.data(), painted.Data() + z * painted.Step().Z(), pages[z].bytes.size()), 0)
-                << "page " << z;
-        }
+        const std::vector<vorntest::RawPage> expected = PagesOf(painted);
+        ASSERT_EQ(pages.size(), expected.size());
+        for (std::size_t z = 0; z < pages.size(); ++z)
+            EXPECT_TRUE(std::tie(pages[z].bits, pages[z].bytes) == std::tie(expected[z].bits, expected[z].bytes)) << z;
     }).join();
 }
 #endif
@@ -265,46 +248,35 @@ double Dot(const std::vector<double>& a, const std::vector<double>& b)
 } // namespace
 
 #ifdef VORN_HAVE_TIFF
-TEST_F(VornCli, AnalyzeMatchesDirectLibraryCalls)
+TEST_F(VornCli, AnalyzeMatchesDirectLibraryCallsAndReportsAsText)
 {
+    const std::string input = Path("labels.tif"), painted = Path("hulls.tif");
     for (const int bits : {8, 16, 32})
         for (const int depth : {1, 5})
         {
             SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(depth) + " pages");
             const TOLX::CImage image = LabelImage(bits, depth);
-            const std::string input = Path("labels.tif"), painted = Path("hulls.tif");
-            WriteImage(image, input);
+            ASSERT_TRUE(vorntest::WriteRawTiff(input, PagesOf(image)));
             const ToolRun run = Vorn("analyze --json --paint '" + painted + "' '" + input + "'");
             ASSERT_EQ(run.code, 0) << run.err;
             EXPECT_EQ(run.err, ""); // no progress bar when standard error is a file
             const JsonValue report = vorntest::ParseJson(run.out);
             EXPECT_EQ(std::make_tuple(report["source"].text, report["dimension"].number, report["bits_per_pixel"].number,
                                       report["labels"].number),
-                      std::make_tuple(input, depth > 1 ? 3.0 : 2.0, double(bits), LabelsFor(bits)[3] + 1.0));
-            const JsonValue& objects = report["objects"];
-            ASSERT_EQ(objects.items.size(), 4u);
-            EXPECT_EQ(objects[2]["hull_problem"].text, depth > 1 ? "flat" : "line");
-            EXPECT_EQ(objects[3]["hull_problem"].text, "line");
-            ExpectSameAsLibrary(objects, image, vorntest::ReadRawTiff(painted));
+                      std::make_tuple(input, depth > 1 ? 3.0 : 2.0, double(bits), LABELS[bits / 8 - 1][3] + 1.0));
+            EXPECT_EQ(report["objects"][2]["hull_problem"].text, depth > 1 ? "flat" : "line");
+            EXPECT_EQ(report["objects"][3]["hull_problem"].text, "line");
+            ExpectSameAsLibrary(report["objects"], image, vorntest::ReadRawTiff(painted));
         }
-}
-
-TEST_F(VornCli, AnalyzeTextReport)
-{
-    const std::string input = Path("labels.tif");
-    WriteImage(LabelImage(16, 5), input);
+    // The last image as text. Rows start with label and pixel count: the box
+    // has 8 x 5 x 4 pixels and is convex; the two-pixel object has no hull.
     const ToolRun run = Vorn("analyze '" + input + "'");
-    ASSERT_EQ(run.code, 0) << run.err;
-    EXPECT_EQ(run.err, "");
-    // Rows start with label and pixel count: the box has 8 x 5 x 4 pixels and
-    // is convex; the two-pixel object has no hull.
-    for (const std::string& part : std::vector<std::string>{input + ": 30x24x5, 3-D, 16-bit, 4 objects (largest label 65535)\n label    pixels",
-                                    "\n     1       160 ", "\n 65535         2 ", "     n/a      n/a      n/a\n",
-                                    "\nlabel 4000: no hull: flat\nlabel 65535: no hull: line\n"})
+    EXPECT_EQ(std::make_tuple(run.code, run.err, std::count(run.out.begin(), run.out.end(), '\n')), std::make_tuple(0, "", 8));
+    for (const std::string& part : {input + ": 30x24x5, 3-D, 32-bit, 4 objects (largest label 70000)\n label    pixels",
+                                    std::string("\n     1       160 "), std::string(" 1.000\n     5 "),
+                                    std::string("\n 70000         2 "), std::string("     n/a      n/a      n/a\n"),
+                                    std::string("\nlabel 65536: no hull: flat\nlabel 70000: no hull: line\n")})
         EXPECT_NE(run.out.find(part), std::string::npos) << part;
-    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 8);
-    const std::size_t boxRow = run.out.find("\n     1       160 ");
-    EXPECT_EQ(run.out.substr(run.out.find('\n', boxRow + 1) - 6, 6), " 1.000");
 }
 #endif
 
@@ -333,8 +305,9 @@ TEST_F(VornCli, BuiltInSampleHelpAndHullAsText)
 // Hulls at the offsets and scales of real data (map coordinates, large
 // integers, tiny and huge sets): every facet supports the points (all on or
 // below it, one on it, within a tolerance relative to their magnitude), every
-// vertex is one of the points, and the point that is the only maximum of a
-// random linear function, a corner, is a vertex.
+// vertex is one of the points, the point that is the only maximum of a
+// random linear function, a corner, is a vertex, and the first point to test
+// is inside, the others outside.
 TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
 {
     std::mt19937 generator(3);
@@ -348,7 +321,6 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
         return points;
     };
     const auto diamond = [](double size) { return Points{{size, 0}, {0, size}, {-size, 0}, {0, -size}, {0, 0}}; };
-    // The points, and points to test: the first inside, the others outside.
     const std::pair<Points, std::vector<std::string>> cases[] = {
         {cloud({5e5, 5.4e6}, 1000, 100), {"500500,5400500", "500500,5401001"}},
         {{{1.3e7, 1.3e7}, {1.3e7 + 1, 1.3e7}, {1.3e7, 1.3e7 + 1}}, {"13000000.25,13000000.25", "13000000.75,13000000.75"}},
@@ -365,11 +337,11 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
         text.precision(17);
         double magnitude = 0;
         for (const auto& point : points)
-            for (std::size_t j = 0; j < point.size(); ++j)
-            {
-                text << point[j] << (j + 1 < point.size() ? ' ' : '\n');
-                magnitude = std::max(magnitude, std::fabs(point[j]));
-            }
+        {
+            for (const double c : point)
+                text << c << ' ', magnitude = std::max(magnitude, std::fabs(c));
+            text << '\n';
+        }
         std::string arguments = "hull --json";
         for (const std::string& probe : probes)
             arguments += " --inside " + probe;
@@ -386,9 +358,10 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
         }
         Points vertices;
         for (const JsonValue& vertex : hull["vertices"].items)
+        {
             vertices.push_back(vertex.Numbers());
-        for (const auto& vertex : vertices)
-            EXPECT_NE(std::find(points.begin(), points.end(), vertex), points.end());
+            EXPECT_NE(std::find(points.begin(), points.end(), vertices.back()), points.end());
+        }
         for (int k = 0; k < 300; ++k)
         {
             std::vector<double> u(points[0].size());
@@ -407,11 +380,10 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
 // characters and command-line mistakes.
 TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 {
-    const std::string word = Path("word.txt"), line = Path("line.txt"), none = Path("none.txt");
+    const std::string word = Path("word.txt"), line = Path("line.txt"), none = Path("none.txt"), fifo = Path("fifo"),
+                      directory = Path("dir"), odd = Path("esc\x1b[2J\n.txt"), escaped = Path("esc\x1b[2J.txt");
     std::ofstream(word) << "# points\n0 0\n1 zero\n";
     std::ofstream(line) << "0 0\n1 1\n2 2\n3 3\n";
-    const std::string fifo = Path("fifo"), directory = Path("dir"), odd = Path("esc\x1b[2J\n.txt"),
-                      escaped = Path("esc\x1b[2J.txt");
     std::ofstream(escaped) << "0 0\n1 x\n";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(directory);
@@ -424,7 +396,6 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
         {"hull --inside 1,2 -", "0 0 0\n1 0 0\n0 1 0\n0 0 1\n",
          "hull: --inside '1,2' has 2 coordinates, the points of <stdin> have 3", 2},
         {"hull --inside 1,,2", "", "hull: --inside '1,,2': empty field between commas", 2},
-        {"analyze --fast", "", "analyze: unknown option '--fast' (see vorn --help)", 2},
         {"analyze --max-memory 2X", "", "analyze: --max-memory '2X': expected a size like 512M, 2G or 1073741824", 2},
         // A FIFO without a writer would block an ordinary open, /dev/zero never
         // ends, and control characters in a name are shown, not sent.
@@ -438,28 +409,24 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 }
 
 #ifdef VORN_HAVE_TIFF
-// Images that cannot be read (the reader's cases are in test_vorn_tiff), paint targets
-// that are the input or cannot be written, and hostile files: refused in one
-// line before any work, the input left as it was.
+// Images that cannot be read (the reader's cases are in test_vorn_tiff), paint
+// targets that are the input or cannot be written, and hostile files: refused
+// in one line before any work, the input left as it was.
 TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
 {
     const std::string image = Path("in.tif"), directory = Path("dir"), hardLink = Path("hard.tif"),
                       softLink = Path("soft.tif"), square = Path("square.tif"), stack = Path("stack.tif");
-    WriteImage(LabelImage(8, 2), image);
+    ASSERT_TRUE(vorntest::WriteRawTiff(image, PagesOf(LabelImage(8, 2))));
     std::filesystem::create_directory(directory);
     std::filesystem::create_hard_link(image, hardLink);
     std::filesystem::create_symlink(image, softLink);
-    // 134 bytes that declare a page of 46341 x 46341 pixels (2 GB).
+    // 134 bytes that declare a page of 46341 x 46341 pixels (2 GB), and 100000
+    // pages of 16 MiB that all decode from the same 256 KiB.
     std::ofstream(square, std::ios::binary) << vorntest::HandMadeTiff(
         {{46341, 46341, 8, COMPRESSION_NONE, 46341, {{8, 12}}}}, std::string(12, '\0'));
-    // 100000 pages of 4096 x 4096 pixels (16 MiB) that all decode from the same
-    // 256 KiB of PackBits runs.
-    const std::string runs = vorntest::ZeroRuns(4096 * 4096);
-    const vorntest::HandPage packed{4096, 4096, 8, COMPRESSION_PACKBITS, 0, {{8, std::uint32_t(runs.size())}}};
-    std::ofstream(stack, std::ios::binary) << vorntest::HandMadeTiff(std::vector<vorntest::HandPage>(100000, packed), runs);
-    const std::string before = Slurp(image);
-
-    const std::string itself = ": is the input image itself; paint the hulls into another file";
+    std::ofstream(stack, std::ios::binary) << vorntest::HandMadeTiff(
+        std::vector<vorntest::HandPage>(100000, vorntest::ZERO_RUNS_PAGE), vorntest::ZeroRuns());
+    const std::string before = Slurp(image), itself = ": is the input image itself; paint the hulls into another file";
     ExpectOneLineErrors({
         {"analyze --paint '" + image + "' '" + image + "'", "", Named(image) + itself, 1},
         {"analyze --paint '" + hardLink + "' '" + image + "'", "", Named(hardLink) + itself, 1},
@@ -474,27 +441,26 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
          Named(stack) + ": page 5 brings the image to 80.2 MiB, more than the 76.9 MiB that the memory limit of 200.0 MiB "
                         "(--max-memory) leaves for it",
          1},
+        {"analyze '" + square + "'", "", Named(square) + ": page 1 cannot be read: the file is truncated or corrupt...", 1},
     });
     EXPECT_EQ(Slurp(image), before);
-    ExpectErrorStart(Vorn("analyze '" + square + "'"), 1,
-                     Named(square) + ": page 1 cannot be read: the file is truncated or corrupt");
 }
 
 TEST_F(VornCli, PaintReplacesItsFileOnlyWhenComplete)
 {
     const std::string image = Path("in.tif"), painted = Path("out.tif");
-    WriteImage(LabelImage(8, 5), image); // its hulls take more than 2 KiB
+    ASSERT_TRUE(vorntest::WriteRawTiff(image, PagesOf(LabelImage(8, 5)))); // its hulls take more than 2 KiB
     std::ofstream(painted) << "previous";
     const std::string command = "analyze --paint '" + painted + "' '" + image + "'";
     // A file size limit of 2 blocks (of 512 or 1024 bytes) cuts the writing
     // short: with SIGXFSZ ignored the write fails, otherwise the signal ends
     // the tool. Either way the previous file stays and no temporary is left.
-    ExpectErrorStart(Vorn(command, "", "trap '' XFSZ; ulimit -f 2; "), 1, Named(painted) + ": cannot be written");
+    const ToolRun failed = Vorn(command, "", "trap '' XFSZ; ulimit -f 2; ");
+    EXPECT_EQ(std::make_tuple(failed.code, failed.err.rfind("vorn: " + Named(painted) + ": cannot be written", 0)), std::make_tuple(1, 0u)) << failed.err;
     EXPECT_EQ(Vorn(command, "", "ulimit -f 2; ").code, 128 + SIGXFSZ);
     EXPECT_EQ(Slurp(painted), "previous");
     for (const auto& entry : std::filesystem::directory_iterator(m_dir))
         EXPECT_NE(entry.path().filename().string().rfind(".vorn-", 0), 0u) << entry.path();
-
     ASSERT_EQ(Vorn(command).code, 0);
     EXPECT_EQ(vorntest::ReadRawTiff(painted).size(), 5u);
 }
@@ -503,10 +469,7 @@ TEST_F(VornCli, TiffNeedsLibtiff)
 {
     const std::string needs = ": TIFF files need libtiff, and this vorn was built without it (install libtiff-dev and "
                               "rebuild); without a file vorn analyses its built-in sample";
-    ExpectOneLineErrors({
-        {"analyze labels.tif", "", "'labels.tif'" + needs, 1},
-        {"analyze --paint hulls.tif", "", "'hulls.tif'" + needs, 1},
-    });
+    ExpectOneLineErrors({{"analyze labels.tif", "", "'labels.tif'" + needs, 1}, {"analyze --paint hulls.tif", "", "'hulls.tif'" + needs, 1}});
 }
 #endif
 

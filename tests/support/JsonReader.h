@@ -36,11 +36,12 @@ struct JsonValue
     }
 };
 
-namespace detail
+// The whole text as one JSON value, or with `from` the value that starts at
+// *from, moved past it. Throws std::runtime_error where the text is not JSON.
+inline JsonValue ParseJson(const std::string& text, std::size_t* from = nullptr)
 {
-// The value that starts at `at`, and `at` moved past it.
-inline JsonValue ParseAt(const std::string& text, std::size_t& at)
-{
+    std::size_t start = 0;
+    std::size_t& at = from ? *from : start;
     const auto peek = [&] { return text[at = std::min(text.find_first_not_of(" \n\t\r", at), text.size())]; };
     const auto fail = [&] { return std::runtime_error("not JSON at " + std::to_string(at)); };
     const auto take = [&](char c) { return peek() == c && ++at; };
@@ -58,23 +59,22 @@ inline JsonValue ParseAt(const std::string& text, std::size_t& at)
     {
         value.kind = c == '{' ? JsonValue::OBJECT : JsonValue::ARRAY;
         const char close = c == '{' ? '}' : ']';
-        if (take(close))
-            return value;
-        do
-            if (c == '[')
-                value.items.push_back(ParseAt(text, at));
-            else if (take('"'))
-            {
-                std::string key = string();
-                if (!take(':'))
-                    throw fail();
-                value.members.emplace_back(key, ParseAt(text, at));
-            }
-            else
-                throw fail();
-        while (take(','));
         if (!take(close))
-            throw fail();
+        {
+            do
+                if (c == '[')
+                    value.items.push_back(ParseJson(text, &at));
+                else if (take('"'))
+                {
+                    std::string key = string();
+                    value.members.emplace_back(key, take(':') ? ParseJson(text, &at) : throw fail());
+                }
+                else
+                    throw fail();
+            while (take(','));
+            if (!take(close))
+                throw fail();
+        }
     }
     else if (take('"'))
         value.kind = JsonValue::STRING, value.text = string();
@@ -89,17 +89,8 @@ inline JsonValue ParseAt(const std::string& text, std::size_t& at)
     }
     else if (!word("null"))
         throw fail();
-    return value;
-}
-} // namespace detail
-
-// The whole text as one JSON value; throws std::runtime_error where it is not JSON.
-inline JsonValue ParseJson(const std::string& text)
-{
-    std::size_t at = 0;
-    JsonValue value = detail::ParseAt(text, at);
-    if (text.find_first_not_of(" \n\t\r", at) != std::string::npos)
-        throw std::runtime_error("not JSON at " + std::to_string(at));
+    if (!from && (peek(), at != text.size()))
+        throw fail();
     return value;
 }
 } // namespace vorntest

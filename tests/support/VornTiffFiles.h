@@ -18,37 +18,34 @@ namespace vorntest
 {
 struct RawPage
 {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::uint16_t bits = 8;
-    std::uint16_t samples = 1;
-    std::uint16_t format = SAMPLEFORMAT_UINT;
-    std::uint16_t compression = COMPRESSION_NONE;
-    std::uint32_t rowsPerStrip = 1;
-    std::uint32_t tile = 0; // tile edge; 0 for strips
+    RawPage(std::uint32_t width = 0, std::uint32_t height = 0, std::uint16_t bits = 8, std::uint16_t samples = 1,
+            std::uint16_t format = SAMPLEFORMAT_UINT, std::uint16_t compression = COMPRESSION_NONE,
+            std::uint32_t rowsPerStrip = 1, std::uint32_t tile = 0)
+        : width(width), height(height), bits(bits), samples(samples), format(format), compression(compression),
+          rowsPerStrip(rowsPerStrip), tile(tile)
+    {
+    }
+
+    std::uint32_t width, height;
+    std::uint16_t bits, samples, format, compression; // bits per sample
+    std::uint32_t rowsPerStrip, tile;                 // tile: its edge, 0 for strips
     std::vector<std::uint8_t> bytes;
 
     std::size_t RowBytes() const { return (std::size_t{width} * samples * bits + 7) / 8; }
 };
 
-// A single-channel page of 8-, 16- or 32-bit pixels whose pixel (x, y) is
-// value(x, y), cut to the pixel's width.
-inline RawPage MakePage(int bits, std::uint32_t width, std::uint32_t height,
-                        const std::function<std::uint64_t(int, int)>& value)
+// The page laid out as `page` says, every sample of pixel (x, y) value(x, y)
+// cut to the sample's width, in the host's byte order as libtiff takes it.
+// Pixels of less than a byte are left 0.
+inline RawPage MakePage(RawPage page, const std::function<std::uint64_t(int, int)>& value)
 {
-    RawPage page;
-    page.width = width;
-    page.height = height;
-    page.bits = std::uint16_t(bits);
-    const std::size_t size = bits / 8;
-    page.bytes.resize(std::size_t{width} * height * size);
-    for (std::size_t i = 0; i < std::size_t{width} * height; ++i)
+    const std::size_t size = page.bits / 8, samples = std::size_t{page.width} * page.height * page.samples;
+    page.bytes.assign(page.RowBytes() * page.height, 0);
+    for (std::size_t i = 0; size && i < samples; ++i)
     {
-        const std::uint64_t v = value(int(i % width), int(i / width));
-        const std::uint8_t v8 = std::uint8_t(v);
-        const std::uint16_t v16 = std::uint16_t(v);
-        const std::uint32_t v32 = std::uint32_t(v);
-        std::memcpy(&page.bytes[i * size], size == 1 ? (const void*)&v8 : size == 2 ? (const void*)&v16 : &v32, size);
+        const std::uint64_t v = value(int(i / page.samples % page.width), int(i / page.samples / page.width));
+        for (std::size_t b = 0; b < size; ++b)
+            page.bytes[i * size + b] = std::uint8_t(v >> 8 * (HOST_BIGENDIAN ? size - 1 - b : b));
     }
     return page;
 }
@@ -56,11 +53,10 @@ inline RawPage MakePage(int bits, std::uint32_t width, std::uint32_t height,
 inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pages)
 {
     TIFF* tif = TIFFOpen(path.c_str(), "w");
-    if (!tif)
-        return false;
-    bool ok = true;
-    for (const RawPage& page : pages)
+    bool ok = tif != nullptr;
+    for (std::size_t p = 0; ok && p < pages.size(); ++p)
     {
+        const RawPage& page = pages[p];
         // libtiff takes the 16-bit fields as int, which a 32-bit value passes as.
         const std::uint32_t fields[][2] = {
             {TIFFTAG_IMAGEWIDTH, page.width}, {TIFFTAG_IMAGELENGTH, page.height}, {TIFFTAG_BITSPERSAMPLE, page.bits},
@@ -72,43 +68,32 @@ inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pa
             {std::uint32_t(page.tile ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP), page.tile ? page.tile : page.rowsPerStrip}};
         for (const auto& field : fields)
             TIFFSetField(tif, field[0], field[1]);
-        const std::size_t rowBytes = page.RowBytes(), pixel = page.bits / 8, edge = page.tile;
-        if (edge)
-        {
-            std::vector<std::uint8_t> tile(edge * edge * pixel);
-            for (std::uint32_t y0 = 0; y0 < page.height; y0 += page.tile)
-                for (std::uint32_t x0 = 0; x0 < page.width; x0 += page.tile)
-                {
-                    std::fill(tile.begin(), tile.end(), 0);
-                    for (std::uint32_t r = 0; r < edge && y0 + r < page.height; ++r)
-                        std::memcpy(&tile[r * edge * pixel], &page.bytes[(y0 + r) * rowBytes + x0 * pixel],
-                                    std::min<std::size_t>(edge, page.width - x0) * pixel);
-                    ok = ok && TIFFWriteTile(tif, tile.data(), x0, y0, 0, 0) >= 0;
-                }
-        }
-        else
-        {
-            std::vector<std::uint8_t> row(rowBytes);
-            for (std::uint32_t y = 0; y < page.height; ++y)
+        const std::size_t rowBytes = page.RowBytes(), pixel = page.bits * page.samples / 8, edge = page.tile;
+        std::vector<std::uint8_t> block(edge ? edge * edge * pixel : rowBytes);
+        for (std::uint32_t y0 = 0; y0 < page.height; y0 += edge ? edge : 1)
+            for (std::uint32_t x0 = 0; x0 < page.width; x0 += edge ? edge : page.width)
             {
-                std::memcpy(row.data(), &page.bytes[y * rowBytes], rowBytes);
-                ok = ok && TIFFWriteScanline(tif, row.data(), y, 0) >= 0;
+                // A row, or a tile cut at the page's edges and filled with 0.
+                std::fill(block.begin(), block.end(), 0);
+                for (std::uint32_t r = 0; r < (edge ? edge : 1) && y0 + r < page.height; ++r)
+                    std::memcpy(&block[r * edge * pixel], &page.bytes[(y0 + r) * rowBytes + x0 * pixel],
+                                edge ? std::min<std::size_t>(edge, page.width - x0) * pixel : rowBytes);
+                ok = ok && (edge ? TIFFWriteTile(tif, block.data(), x0, y0, 0, 0)
+                                 : TIFFWriteScanline(tif, block.data(), y0, 0)) >= 0;
             }
-        }
         ok = ok && TIFFWriteDirectory(tif);
     }
-    TIFFClose(tif);
+    if (tif)
+        TIFFClose(tif);
     return ok;
 }
 
-// Every page of a stripped single-channel file, read scanline by scanline.
+// Every page of a stripped file, read scanline by scanline.
 inline std::vector<RawPage> ReadRawTiff(const std::string& path)
 {
     std::vector<RawPage> pages;
     TIFF* tif = TIFFOpen(path.c_str(), "r");
-    if (!tif)
-        return pages;
-    do
+    for (bool more = tif != nullptr; more; more = TIFFReadDirectory(tif))
     {
         RawPage page;
         TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &page.width);
@@ -120,8 +105,9 @@ inline std::vector<RawPage> ReadRawTiff(const std::string& path)
         for (std::uint32_t y = 0; y < page.height; ++y)
             TIFFReadScanline(tif, &page.bytes[y * page.RowBytes()], y, 0);
         pages.push_back(std::move(page));
-    } while (TIFFReadDirectory(tif));
-    TIFFClose(tif);
+    }
+    if (tif)
+        TIFFClose(tif);
     return pages;
 }
 
@@ -137,14 +123,16 @@ struct HandPage
     std::vector<std::pair<std::uint32_t, std::uint32_t>> strips; // offset into the file and byte count
 };
 
-// PackBits data of `bytes` zeros (a multiple of 128): runs of 128 in two bytes.
-inline std::string ZeroRuns(std::size_t bytes)
+// 4096 x 4096 zeros (16 MiB) as PackBits runs of 128 in two bytes each, 256
+// KiB that any number of pages can share when they are put at offset 8.
+inline std::string ZeroRuns()
 {
     std::string runs;
-    for (std::size_t i = 0; i < bytes / 128; ++i)
+    for (int i = 0; i < 4096 * 4096 / 128; ++i)
         runs += std::string("\x81\0", 2);
     return runs;
 }
+const HandPage ZERO_RUNS_PAGE{4096, 4096, 8, COMPRESSION_PACKBITS, 0, {{8, 4096 * 4096 / 64}}};
 
 // A little-endian classic TIFF: the header, `data` from offset 8 on, then one
 // directory per page with its strip lists after it.
@@ -173,8 +161,7 @@ inline std::string HandMadeTiff(const std::vector<HandPage>& pages, const std::s
         {
             const std::size_t at = directory + 2 + 12 * i;
             const bool list = strips > 1 && (entries[i][0] == 273 || entries[i][0] == 279);
-            put(at, entries[i][0], 2);
-            put(at + 2, entries[i][1], 2);
+            put(at, entries[i][0] | entries[i][1] << 16, 4); // tag and type, two bytes each
             put(at + 4, list ? strips : 1, 4);
             put(at + 8, list ? std::uint32_t(lists + (entries[i][0] == 279 ? 4 * strips : 0)) : entries[i][2],
                 entries[i][1] == 3 ? 2 : 4);
