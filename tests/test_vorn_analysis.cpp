@@ -3,6 +3,7 @@
 // end-to-end test compares every object's numbers with direct library calls.)
 
 #include "Analysis.h"
+#include "CaptureStderr.h"
 #include "Progress.h"
 #include "SampleVolume.h"
 #include "VornTool.h"
@@ -12,8 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <tuple>
 
@@ -26,25 +25,17 @@ vorn::AnalysisReport Analyzed(TOLX::CImage& image)
     vorn::CProgress quiet(stderr, false, std::chrono::milliseconds(0));
     return vorn::Analyze(image, quiet);
 }
-
-const ObjectReport& Object(const vorn::AnalysisReport& report, std::int64_t label)
-{
-    for (const ObjectReport& object : report.objects)
-        if (object.label == label)
-            return object;
-    throw std::out_of_range("no object " + std::to_string(label));
-}
-
 } // namespace
 
 TEST(VornAnalysis, SampleVolumeShapes)
 {
     TOLX::CImage volume = vorn::MakeSampleVolume(64); // every length halved
     const vorn::AnalysisReport report = Analyzed(volume);
-    EXPECT_EQ(report.objects.size(), 5u); // the header line, with the needle's, is checked in test_vorn_cli
+    ASSERT_EQ(report.objects.size(), 5u); // the header line, with the needle's, is checked in test_vorn_cli
+    const auto Object = [&](int label) -> const ObjectReport& { return report.objects[label - 1]; }; // labels 1 to 5
 
     // Ball of radius 11 about (17, 17, 17): symmetric, so the centre is exact.
-    const ObjectReport& ball = Object(report, vorn::SAMPLE_BALL);
+    const ObjectReport& ball = Object(vorn::SAMPLE_BALL);
     EXPECT_NEAR(double(ball.pixels), 4.0 / 3.0 * M_PI * 11 * 11 * 11, 0.03 * 5575);
     EXPECT_EQ(std::make_tuple(ball.centre.x, ball.centre.y, ball.centre.z), std::make_tuple(17.0, 17.0, 17.0));
     EXPECT_NEAR(ball.principalMoments[0], ball.principalMoments[2], 1e-12);
@@ -53,18 +44,18 @@ TEST(VornAnalysis, SampleVolumeShapes)
     // The ellipsoid's long axis is its frame's first axis, rotated 30° about z
     // and then 20° about x.
     const double c30 = std::cos(M_PI / 6), s30 = std::sin(M_PI / 6), c20 = std::cos(M_PI / 9), s20 = std::sin(M_PI / 9);
-    const TOLX::CTriple<double>& axis = Object(report, vorn::SAMPLE_ELLIPSOID).mainAxis;
+    const TOLX::CTriple<double>& axis = Object(vorn::SAMPLE_ELLIPSOID).mainAxis;
     EXPECT_GT(std::fabs(axis.x * c30 + axis.y * c20 * s30 + axis.z * s20 * s30), 0.995);
-    EXPECT_GT(Object(report, vorn::SAMPLE_BOX).Solidity(), 0.9);
+    EXPECT_GT(Object(vorn::SAMPLE_BOX).Solidity(), 0.9);
 
     // Torus R = 11, r = 4 in a hull of about π(R + r)²·2r: clearly not convex.
-    const ObjectReport& torus = Object(report, vorn::SAMPLE_TORUS);
+    const ObjectReport& torus = Object(vorn::SAMPLE_TORUS);
     EXPECT_NEAR(double(torus.pixels), 2 * M_PI * M_PI * 11 * 4 * 4, 0.05 * 3474);
     EXPECT_GT(torus.Solidity(), 0.5);
     EXPECT_LT(torus.Solidity(), 0.8);
     EXPECT_NEAR(torus.mainAxis.z, 0.0, 1e-9); // any direction in the torus's plane
 
-    EXPECT_TRUE(std::isnan(Object(report, vorn::SAMPLE_NEEDLE).Solidity()));
+    EXPECT_TRUE(std::isnan(Object(vorn::SAMPLE_NEEDLE).Solidity()));
 }
 
 // Objects whose pixels span less than the image's dimension have no hull, told
@@ -105,19 +96,17 @@ TEST(VornAnalysis, HullsOrWhyNoneWhereverObjectsLie)
         for (const int offset : {0, c.depth > 1 ? 25000 : 40000})
         {
             TOLX::CImage image(TOLX::IMAGE_GREY_8, TOLX::CSize(offset + c.width, c.height, c.depth));
-            for (int z = 0; z < c.depth; ++z)
-                for (int y = 0; y < c.height; ++y)
-                    for (int x = 0; x < c.width; ++x)
-                        if (c.inObject(x, y, z))
-                            image.SetPixel(offset + x, y, z, 7);
+            for (int i = 0; i < c.width * c.height * c.depth; ++i)
+                if (c.inObject(i % c.width, i / c.width % c.height, i / c.width / c.height))
+                    image.SetPixel(offset + i % c.width, i / c.width % c.height, i / c.width / c.height, 7);
             TOLX::SeedRand15(1); // the same start simplex at both places
             const vorn::AnalysisReport report = Analyzed(image);
             ASSERT_EQ(report.objects.size(), 1u);
             hulls.push_back(report.objects[0].hull);
-            SCOPED_TRACE("offset " + std::to_string(offset) + ", " + std::to_string(report.objects[0].pixels) + " pixels");
             EXPECT_EQ(std::make_tuple(hulls.back().problem, hulls.back().available, hulls.back().facets,
                                       hulls.back().paintedPixels),
-                      std::make_tuple(c.problem, c.problem.empty(), c.facets, c.painted));
+                      std::make_tuple(c.problem, c.problem.empty(), c.facets, c.painted))
+                << "offset " << offset << ", " << report.objects[0].pixels << " pixels";
         }
         EXPECT_EQ(hulls[0].vertices, hulls[1].vertices);
     }
@@ -144,18 +133,11 @@ TEST(VornProgress, DrawsOnlyWhenEnabledAfterItsDelayAndWipesItsLine)
     const std::tuple<bool, std::chrono::milliseconds, std::string> cases[] = {
         {false, std::chrono::milliseconds(0), ""}, {true, std::chrono::hours(1), ""}, {true, std::chrono::milliseconds(0), drawn}};
     for (const auto& [enabled, delay, expected] : cases)
-    {
-        char* buffer = nullptr;
-        std::size_t size = 0;
-        std::FILE* file = open_memstream(&buffer, &size);
-        {
-            vorn::CProgress progress(file, enabled, delay);
-            vorn::CProgressPass pass(progress, "hulls", 4);
-            for (const int done : {1, 2, 3, 4, 4})
-                pass.Advance(done);
-        }
-        std::fclose(file);
-        EXPECT_EQ(std::string(buffer, size), expected);
-        std::free(buffer);
-    }
+        EXPECT_EQ(vorntest::CaptureStandardError([&, enabled = enabled, delay = delay] {
+                      vorn::CProgress progress(stderr, enabled, delay);
+                      vorn::CProgressPass pass(progress, "hulls", 4);
+                      for (const int done : {1, 2, 3, 4, 4})
+                          pass.Advance(done);
+                  }),
+                  expected);
 }

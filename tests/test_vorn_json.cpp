@@ -81,16 +81,6 @@ TEST(VornJson, LayoutAndValueMaps)
     vorn::WriteValue(json, map);
     json.EndArray();
     json.EndObject();
-    EXPECT_EQ(text, "{\n"
-                    "  \"point\": [null, {\"ok\": true}],\n"
-                    "  \"list\": [\n"
-                    "    null,\n"
-                    "    {},\n"
-                    "    {\n"
-                    "      \"zeta\": -3,\n"
-                    "      \"alpha\": [1.5, null, null],\n"
-                    "      \"kind\": \"inertia\"\n"
-                    "    }\n"
-                    "  ]\n"
-                    "}\n");
+    EXPECT_EQ(text, "{\n  \"point\": [null, {\"ok\": true}],\n  \"list\": [\n    null,\n    {},\n    {\n"
+                    "      \"zeta\": -3,\n      \"alpha\": [1.5, null, null],\n      \"kind\": \"inertia\"\n    }\n  ]\n}\n");
 }

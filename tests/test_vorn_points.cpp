@@ -22,12 +22,11 @@ TEST(VornPoints, BlanksCommasCommentsAndTheFirstPointsDimension)
 {
     // The origin and the unit points of 8-D, the most dimensions vorn takes.
     std::string simplex;
-    std::vector<double> corners;
+    std::vector<double> corners(9 * 8);
     for (int i = 0; i < 9 * 8; ++i)
-    {
-        corners.push_back(i % 8 == i / 8 - 1);
         simplex += (i % 8 == i / 8 - 1 ? "1" : "0") + std::string(i % 8 == 7 ? "\n" : " ");
-    }
+    for (int k = 1; k <= 8; ++k)
+        corners[8 * k + k - 1] = 1; // point k's coordinate k - 1
     const std::tuple<std::string, std::size_t, std::vector<double>> cases[] = {
         {"# unit square\n0 0\n1,0\n\n  1 ,\t1  \r\n0,1\n-2.5e-1  +0.5\n", 2, {0, 0, 1, 0, 1, 1, 0, 1, -0.25, 0.5}},
         {simplex, 8, corners},
@@ -74,9 +73,8 @@ TEST(VornCommandLine, CommandsOptionsAndUsageErrors)
     EXPECT_EQ(std::make_tuple(sample.analyze.json, sample.analyze.paint, sample.analyze.image),
               std::make_tuple(false, "hulls.tif", ""));
     const vorn::CommandLine hull = vorn::ParseCommandLine({"hull", "--inside", "1,2", "--inside=3 4", "--", "-odd"});
-    EXPECT_EQ(hull.command, "hull");
-    EXPECT_EQ(hull.hull.inside, (std::vector<std::string>{"1,2", "3 4"}));
-    EXPECT_EQ(hull.hull.file, "-odd");
+    EXPECT_EQ(std::make_tuple(hull.command, hull.hull.inside, hull.hull.file),
+              std::make_tuple("hull", std::vector<std::string>{"1,2", "3 4"}, "-odd"));
     EXPECT_EQ(vorn::ParseCommandLine({"hull", "-"}).hull.file, "-");
     EXPECT_EQ(vorn::ParseCommandLine({"hull", "-h"}).command, "help");
 
