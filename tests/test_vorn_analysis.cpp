@@ -38,15 +38,12 @@ TEST(VornAnalysis, SampleVolumeShapes)
     const ObjectReport& ball = Object(vorn::SAMPLE_BALL);
     EXPECT_NEAR(double(ball.pixels), 4.0 / 3.0 * M_PI * 11 * 11 * 11, 0.03 * 5575);
     EXPECT_EQ(std::make_tuple(ball.centre.x, ball.centre.y, ball.centre.z), std::make_tuple(17.0, 17.0, 17.0));
-    EXPECT_NEAR(ball.principalMoments[0], ball.principalMoments[2], 1e-12);
-    EXPECT_GT(ball.Solidity(), 0.97);
 
     // The ellipsoid's long axis is its frame's first axis, rotated 30° about z
     // and then 20° about x.
     const double c30 = std::cos(M_PI / 6), s30 = std::sin(M_PI / 6), c20 = std::cos(M_PI / 9), s20 = std::sin(M_PI / 9);
     const TOLX::CTriple<double>& axis = Object(vorn::SAMPLE_ELLIPSOID).mainAxis;
     EXPECT_GT(std::fabs(axis.x * c30 + axis.y * c20 * s30 + axis.z * s20 * s30), 0.995);
-    EXPECT_GT(Object(vorn::SAMPLE_BOX).Solidity(), 0.9);
 
     // Torus R = 11, r = 4 in a hull of about π(R + r)²·2r: clearly not convex.
     const ObjectReport& torus = Object(vorn::SAMPLE_TORUS);

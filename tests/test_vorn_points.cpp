@@ -69,9 +69,6 @@ TEST(VornCommandLine, CommandsOptionsAndUsageErrors)
     const vorn::CommandLine analyze = vorn::ParseCommandLine({"analyze", "--json", "--paint=out.tif", "labels.tif"});
     EXPECT_EQ(std::make_tuple(analyze.command, analyze.analyze.json, analyze.analyze.paint, analyze.analyze.image),
               std::make_tuple("analyze", true, "out.tif", "labels.tif"));
-    const vorn::CommandLine sample = vorn::ParseCommandLine({"analyze", "--paint", "hulls.tif"});
-    EXPECT_EQ(std::make_tuple(sample.analyze.json, sample.analyze.paint, sample.analyze.image),
-              std::make_tuple(false, "hulls.tif", ""));
     const vorn::CommandLine hull = vorn::ParseCommandLine({"hull", "--inside", "1,2", "--inside=3 4", "--", "-odd"});
     EXPECT_EQ(std::make_tuple(hull.command, hull.hull.inside, hull.hull.file),
               std::make_tuple("hull", std::vector<std::string>{"1,2", "3 4"}, "-odd"));

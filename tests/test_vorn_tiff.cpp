@@ -106,6 +106,8 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
     const HandPage packed = vorntest::ZERO_RUNS_PAGE, huge16{1073807362u, 2147352580u, 16, COMPRESSION_NONE, 0, {{8, 64}}};
     const std::tuple<std::string, std::vector<HandPage>, std::string> made[] = {
         {"huge16", {huge16, huge16, huge16, huge16}, std::string(64, '\0')},
+        // 134 bytes that declare a page of 46341 x 46341 pixels (2 GB).
+        {"square", {{46341, 46341, 8, COMPRESSION_NONE, 46341, {{8, 12}}}}, std::string(12, '\0')},
         // 100 bytes cannot inflate to 900 MB, whatever they hold.
         {"inflate", {{30000, 30000, 8, COMPRESSION_ADOBE_DEFLATE, 0, {{8, 100}}}}, std::string(100, 'x')},
         // Uncompressed strips that lie in the file but are too short.
@@ -130,6 +132,7 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
         {"text", "not a readable TIFF file", true},
         {"cut", "page 2" + corrupt, true},
         {"huge16", "page 1" + corrupt, true},
+        {"square", "page 1" + corrupt, true},
         {"inflate", "page 1" + corrupt, true},
         {"strips", "page 2" + corrupt, true},
         {"stack", "page " + lastPage + corrupt, true},
