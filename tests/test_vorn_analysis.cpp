@@ -48,9 +48,7 @@ TEST(VornAnalysis, SampleVolumeShapes)
     // Torus R = 11, r = 4 in a hull of about π(R + r)²·2r: clearly not convex.
     const ObjectReport& torus = Object(vorn::SAMPLE_TORUS);
     EXPECT_NEAR(double(torus.pixels), 2 * M_PI * M_PI * 11 * 4 * 4, 0.05 * 3474);
-    EXPECT_GT(torus.Solidity(), 0.5);
-    EXPECT_LT(torus.Solidity(), 0.8);
-    EXPECT_NEAR(torus.mainAxis.z, 0.0, 1e-9); // any direction in the torus's plane
+    EXPECT_NEAR(torus.Solidity(), 0.65, 0.15);
 
     EXPECT_TRUE(std::isnan(Object(vorn::SAMPLE_NEEDLE).Solidity()));
 }

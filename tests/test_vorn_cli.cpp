@@ -283,7 +283,12 @@ TEST_F(VornCli, BuiltInSampleHelpAndHullAsText)
         {"--help", {"usage: vorn analyze"}},
         {"hull --inside=1,1,1 --inside 2,0,0 '" + Path("cube.txt") + "'",
          {"hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", "\n  0 0 -1 <= 0\n",
-          "\n  1 0 0 <= 1\n", "\nvertices:\n", "\n  1 0 1\n", "\ninside tests:\n  1 1 1: inside\n  2 0 0: outside\n"}}};
+          "\n  1 0 0 <= 1\n", "\nvertices:\n", "\n  1 0 1\n", "\ninside tests:\n  1 1 1: inside\n  2 0 0: outside\n"}},
+        // Blocks indented by two spaces a level, coordinates and each facet or
+        // test on one line.
+        {"hull --json --inside=1,1,1 '" + Path("cube.txt") + "'",
+         {"{\n  \"dimension\": 3,\n  \"points\": 10,\n  \"facets\": [\n    {\"normal\": [", "\n    {\"normal\": [1, 0, 0], \"offset\": 1}",
+          "\n  \"vertices\": [\n    [", "\n    [1, 0, 1]", "\n  ],\n  \"inside\": [\n    {\"point\": [1, 1, 1], \"inside\": true}\n  ]\n}\n"}}};
     for (const auto& [arguments, parts] : runs)
     {
         const ToolRun run = Vorn(arguments);

@@ -45,23 +45,20 @@ std::vector<RawPage> PatternPages(const RawPage& layout, int depth)
 // Every pixel type as a page or a stack, in strips whose last one is short or
 // in tiles that are partial at both edges, uncompressed and compressed, is
 // read byte for byte, and the tool's own writing of it (several strips per
-// page) reads back with libtiff as the same pages.
+// page) reads back with libtiff as the same pages, of the same pixel type.
 TEST_F(VornTiff, ReadsEachPixelTypeLayoutAndCompressionAndWritesItBack)
 {
     const std::tuple<int, int, std::uint16_t, std::uint32_t> cases[] = {// bits, pages, compression, tile edge
         {8, 1, COMPRESSION_NONE, 0},       {16, 5, COMPRESSION_NONE, 0},  {32, 1, COMPRESSION_NONE, 0},
         {8, 5, COMPRESSION_PACKBITS, 0},   {16, 1, COMPRESSION_LZW, 0},   {32, 3, COMPRESSION_ADOBE_DEFLATE, 0},
         {16, 3, COMPRESSION_ADOBE_DEFLATE, 16}, {32, 3, COMPRESSION_NONE, 16}};
-    const TOLX::IImage::CType* types[] = {&TOLX::IMAGE_GREY_8, &TOLX::IMAGE_GREY_16, nullptr, &TOLX::IMAGE_GREY_32};
     for (const auto& [bits, depth, compression, tile] : cases)
     {
-        SCOPED_TRACE(std::to_string(bits) + "-bit, compression " + std::to_string(compression) + ", tile " +
-                     std::to_string(tile));
+        SCOPED_TRACE(testing::Message() << bits << "-bit, compression " << compression << ", tile " << tile);
         const std::vector<RawPage> pages =
             PatternPages({40, 300, std::uint16_t(bits), 1, SAMPLEFORMAT_UINT, compression, 7, tile}, depth);
         ASSERT_TRUE(vorntest::WriteRawTiff(Path("p.tif"), pages));
         const TOLX::CImage image = Read("p.tif");
-        EXPECT_TRUE(image.Type() == *types[bits / 8 - 1]);
         ASSERT_EQ(std::make_tuple(image.Width(), image.Height(), image.Depth()), std::make_tuple(40, 300, depth));
         vorn::WriteTiff(Path("w.tif"), image, m_progress);
         const std::vector<RawPage> written = vorntest::ReadRawTiff(Path("w.tif"));

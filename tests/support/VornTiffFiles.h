@@ -146,31 +146,27 @@ inline std::string HandMadeTiff(const std::vector<HandPage>& pages, const std::s
     std::size_t link = 4; // where the offset of the next directory goes
     for (const HandPage& page : pages)
     {
-        const std::uint32_t strips = std::uint32_t(page.strips.size());
-        std::vector<std::array<std::uint32_t, 3>> entries = {// tag, type (3 short, 4 long), value
-            {256, 4, page.width}, {257, 4, page.height}, {258, 3, page.bits}, {259, 3, page.compression},
-            {262, 3, PHOTOMETRIC_MINISBLACK}, {273, 4, page.strips[0].first}, {277, 3, 1},
-            {278, 4, page.rowsPerStrip}, {279, 4, page.strips[0].second}};
+        // Several strips are listed after the directory, offsets then byte
+        // counts; one strip's values are in their entries.
+        const std::uint32_t n = std::uint32_t(page.strips.size()), directory = std::uint32_t(file.size()),
+                            lists = directory + 2 + 12 * (page.rowsPerStrip ? 9 : 8) + 4;
+        std::vector<std::array<std::uint32_t, 4>> entries = {// tag, type (3 short, 4 long), count, value
+            {256, 4, 1, page.width}, {257, 4, 1, page.height}, {258, 3, 1, page.bits}, {259, 3, 1, page.compression},
+            {262, 3, 1, PHOTOMETRIC_MINISBLACK}, {273, 4, n, n > 1 ? lists : page.strips[0].first}, {277, 3, 1, 1},
+            {278, 4, 1, page.rowsPerStrip}, {279, 4, n, n > 1 ? lists + 4 * n : page.strips[0].second}};
         if (!page.rowsPerStrip)
             entries.erase(entries.begin() + 7);
-        const std::size_t directory = file.size(), lists = directory + 2 + 12 * entries.size() + 4;
-        file.resize(lists + (strips > 1 ? 8 * strips : 0));
-        put(link, std::uint32_t(directory), 4);
+        file.resize(lists + (n > 1 ? 8 * n : 0));
+        put(link, directory, 4);
         put(directory, std::uint32_t(entries.size()), 2);
         for (std::size_t i = 0; i < entries.size(); ++i)
         {
-            const std::size_t at = directory + 2 + 12 * i;
-            const bool list = strips > 1 && (entries[i][0] == 273 || entries[i][0] == 279);
-            put(at, entries[i][0] | entries[i][1] << 16, 4); // tag and type, two bytes each
-            put(at + 4, list ? strips : 1, 4);
-            put(at + 8, list ? std::uint32_t(lists + (entries[i][0] == 279 ? 4 * strips : 0)) : entries[i][2],
-                entries[i][1] == 3 ? 2 : 4);
+            put(directory + 2 + 12 * i, entries[i][0] | entries[i][1] << 16, 4);
+            put(directory + 6 + 12 * i, entries[i][2], 4);
+            put(directory + 10 + 12 * i, entries[i][3], entries[i][1] == 3 ? 2 : 4);
         }
-        for (std::uint32_t s = 0; strips > 1 && s < strips; ++s)
-        {
-            put(lists + 4 * s, page.strips[s].first, 4);
-            put(lists + 4 * (strips + s), page.strips[s].second, 4);
-        }
+        for (std::uint32_t s = 0; n > 1 && s < n; ++s)
+            put(lists + 4 * s, page.strips[s].first, 4), put(lists + 4 * (n + s), page.strips[s].second, 4);
         link = lists - 4;
     }
     return file;
