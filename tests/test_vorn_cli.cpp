@@ -30,11 +30,7 @@ using vorntest::JsonValue;
 
 namespace
 {
-struct ToolRun
-{
-    int code = -1;
-    std::string out, err;
-};
+using ToolRun = std::tuple<int, std::string, std::string>; // exit code, standard output, standard error
 
 // A file name as messages show it.
 std::string Named(const std::string& path) { return "'" + path + "'"; }
@@ -58,7 +54,7 @@ protected:
         const std::string command = setup + "'" + VORN_TOOL_PATH + "' " + arguments + " <'" + Path("stdin") + "' >'" +
                                     Path("stdout") + "' 2>'" + Path("stderr") + "'";
         const int status = std::system(command.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(Path("stdout")), Slurp(Path("stderr"))};
+        return ToolRun(WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(Path("stdout")), Slurp(Path("stderr")));
     }
 
     // Failing runs: their arguments and standard input, the message expected
@@ -66,11 +62,7 @@ protected:
     void ExpectOneLineErrors(const std::vector<std::tuple<std::string, std::string, std::string, int>>& cases)
     {
         for (const auto& [arguments, input, message, code] : cases)
-        {
-            const ToolRun run = Vorn(arguments, input);
-            EXPECT_EQ(std::make_tuple(run.code, run.err, run.out), std::make_tuple(code, "vorn: " + message + "\n", ""))
-                << arguments;
-        }
+            EXPECT_EQ(Vorn(arguments, input), ToolRun(code, "", "vorn: " + message + "\n")) << arguments;
     }
 };
 
@@ -93,21 +85,18 @@ void ForEachPixel(const TOLX::CImage& image, Visit&& visit)
 // two-pixel object.
 TOLX::CImage LabelImage(int bits, int depth)
 {
-    const auto [box, round, flat, pair] = LABELS[bits / 8 - 1];
     TOLX::CImage image(bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32,
                        TOLX::CSize(30, 24, depth));
-    ForEachPixel(image, [&, box = box, round = round](int x, int y, int z, std::uint64_t) {
-        const double dx = x - 20.3, dy = y - 8.6, dz = depth > 1 ? z - depth / 2 : 0;
-        if (x >= 2 && x <= 9 && y >= 2 && y <= 6 && z <= 3)
-            image.SetPixel(x, y, z, box);
-        else if (dx * dx + dy * dy + dz * dz <= 16.5)
-            image.SetPixel(x, y, z, round);
+    const int zc = depth / 2;
+    ForEachPixel(image, [&](int x, int y, int z, std::uint64_t) {
+        const double dx = x - 20.3, dy = y - 8.6, dz = depth > 1 ? z - zc : 0;
+        const bool flat = z == zc && y >= 14 && y < 19 && (depth > 1 ? x >= 3 && x < 8 : x == y - 11);
+        const bool pair = (x == 25 && y == 20 && z == 0) || (x == 26 && y == 21 && z == depth - 1);
+        const bool box = x >= 2 && x <= 9 && y >= 2 && y <= 6 && z <= 3, round = dx * dx + dy * dy + dz * dz <= 16.5;
+        const int object = box ? 0 : round ? 1 : flat ? 2 : pair ? 3 : 4;
+        if (object < 4)
+            image.SetPixel(x, y, z, LABELS[bits / 8 - 1][object]);
     });
-    for (int i = 0; i < 5; ++i)
-        for (int x = 3; x < (depth > 1 ? 8 : 4); ++x)
-            image.SetPixel(depth > 1 ? x : x + i, 14 + i, depth / 2, flat);
-    image.SetPixel(25, 20, 0, pair);
-    image.SetPixel(26, 21, depth - 1, pair);
     return image;
 }
 
@@ -150,6 +139,7 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
 {
     std::thread([&] {
         const std::size_t d = image.Depth() > 1 ? 3 : 2;
+        const auto first = [d](std::vector<double> values) { return values.resize(d), values; }; // its first d values
         const std::uint32_t* labels = LABELS[image.Type().BytesPerPixel() - 1];
         TOLX::CObjectMoment moments(TOLX::int64(labels[3] + 1), TOLX::int64(d));
         ForEachPixel(image, [&](int x, int y, int z, std::uint64_t label) {
@@ -166,19 +156,17 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
             const TOLX::int64 label = labels[i];
             SCOPED_TRACE("label " + std::to_string(label));
             const JsonValue& got = objects[i];
-            std::vector<double> centre{moments.CenterOfMassX(label), moments.CenterOfMassY(label),
-                                       moments.CenterOfMassZ(label)},
-                principal = moments.getInertiaMoments(label), axis;
-            centre.resize(d);
-            principal.resize(d);
+            std::vector<double> axis;
             for (std::size_t j = 0; j < d; ++j)
                 axis.push_back(moments.getInertiaAxes(label)(j, d == 3 ? 2 : 0));
             // 3-D excentricity is null, which reads as 0.
             EXPECT_EQ(std::make_tuple(got["label"].number, got["pixels"].number, got["centre_of_mass"].Numbers(),
                                       got["principal_moments"].Numbers(), got["main_axis"].Numbers(),
                                       got["excentricity"].kind, got["excentricity"].number),
-                      std::make_tuple(double(label), moments.Mass(label), centre, principal, axis,
-                                      d == 2 ? JsonValue::NUMBER : JsonValue::NUL, d == 2 ? moments.getExcentricity(label) : 0.0));
+                      std::make_tuple(double(label), moments.Mass(label),
+                                      first({moments.CenterOfMassX(label), moments.CenterOfMassY(label), moments.CenterOfMassZ(label)}),
+                                      first(moments.getInertiaMoments(label)), axis, d == 2 ? JsonValue::NUMBER : JsonValue::NUL,
+                                      d == 2 ? moments.getExcentricity(label) : 0.0));
             const auto& members = got["moments"].members;
             std::size_t k = 0;
             for (const auto& [key, value] : (entry++)->second->Map())
@@ -248,10 +236,9 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCallsAndReportsAsText)
             SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(depth) + " pages");
             const TOLX::CImage image = LabelImage(bits, depth);
             ASSERT_TRUE(vorntest::WriteRawTiff(input, PagesOf(image)));
-            const ToolRun run = Vorn("analyze --json --paint '" + painted + "' '" + input + "'");
-            ASSERT_EQ(run.code, 0) << run.err;
-            EXPECT_EQ(run.err, ""); // no progress bar when standard error is a file
-            const JsonValue report = vorntest::ParseJson(run.out);
+            const auto [code, out, err] = Vorn("analyze --json --paint '" + painted + "' '" + input + "'");
+            ASSERT_EQ(std::make_pair(code, err), std::make_pair(0, std::string())); // no progress bar when standard error is a file
+            const JsonValue report = vorntest::ParseJson(out);
             EXPECT_EQ(std::make_tuple(report["source"].text, report["dimension"].number, report["bits_per_pixel"].number,
                                       report["labels"].number),
                       std::make_tuple(input, depth > 1 ? 3.0 : 2.0, double(bits), LABELS[bits / 8 - 1][3] + 1.0));
@@ -261,13 +248,13 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCallsAndReportsAsText)
         }
     // The last image as text. Rows start with label and pixel count: the box
     // has 8 x 5 x 4 pixels and is convex; the two-pixel object has no hull.
-    const ToolRun run = Vorn("analyze '" + input + "'");
-    EXPECT_EQ(std::make_tuple(run.code, run.err, std::count(run.out.begin(), run.out.end(), '\n')), std::make_tuple(0, "", 8));
+    const auto [code, out, err] = Vorn("analyze '" + input + "'");
+    EXPECT_EQ(std::make_tuple(code, err, std::count(out.begin(), out.end(), '\n')), std::make_tuple(0, "", 8));
     for (const std::string& part : {input + ": 30x24x5, 3-D, 32-bit, 4 objects (largest label 70000)\n label    pixels",
                                     std::string("\n     1       160 "), std::string(" 1.000\n     5 "),
                                     std::string("\n 70000         2 "), std::string("     n/a      n/a      n/a\n"),
                                     std::string("\nlabel 65536: no hull: flat\nlabel 70000: no hull: line\n")})
-        EXPECT_NE(run.out.find(part), std::string::npos) << part;
+        EXPECT_NE(out.find(part), std::string::npos) << part;
 }
 #endif
 
@@ -291,10 +278,10 @@ TEST_F(VornCli, BuiltInSampleHelpAndHullAsText)
           "\n  \"vertices\": [\n    [", "\n    [1, 0, 1]", "\n  ],\n  \"inside\": [\n    {\"point\": [1, 1, 1], \"inside\": true}\n  ]\n}\n"}}};
     for (const auto& [arguments, parts] : runs)
     {
-        const ToolRun run = Vorn(arguments);
-        EXPECT_EQ(std::make_tuple(run.code, run.err, run.out.rfind(parts[0], 0)), std::make_tuple(0, "", 0u)) << run.out;
+        const auto [code, out, err] = Vorn(arguments);
+        EXPECT_EQ(std::make_tuple(code, err, out.rfind(parts[0], 0)), std::make_tuple(0, "", 0u)) << out;
         for (const std::string& part : parts)
-            EXPECT_NE(run.out.find(part), std::string::npos) << part;
+            EXPECT_NE(out.find(part), std::string::npos) << part;
     }
 }
 
@@ -341,9 +328,9 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
         std::string arguments = "hull --json";
         for (const std::string& probe : probes)
             arguments += " --inside " + probe;
-        const ToolRun run = Vorn(arguments + " -", text.str());
-        ASSERT_EQ(run.code, 0) << run.err;
-        const JsonValue hull = vorntest::ParseJson(run.out);
+        const auto [code, out, err] = Vorn(arguments + " -", text.str());
+        ASSERT_EQ(code, 0) << err;
+        const JsonValue hull = vorntest::ParseJson(out);
         SCOPED_TRACE(std::to_string(points.size()) + " points, magnitude " + std::to_string(magnitude));
         for (const JsonValue& facet : hull["facets"].items)
         {
@@ -370,21 +357,34 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
 }
 
 // Point files, inputs that are no regular files, names with control
-// characters and command-line mistakes.
+// characters and command-line mistakes. The same number rules hold for point
+// files and --inside.
 TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 {
-    const std::string word = Path("word.txt"), line = Path("line.txt"), none = Path("none.txt"), fifo = Path("fifo"),
-                      directory = Path("dir"), odd = Path("esc\x1b[2J\n.txt"), escaped = Path("esc\x1b[2J.txt");
-    std::ofstream(word) << "# points\n0 0\n1 zero\n";
+    const std::string line = Path("line.txt"), none = Path("none.txt"), fifo = Path("fifo"), directory = Path("dir"),
+                      odd = Path("esc\x1b[2J\n.txt"), escaped = Path("esc\x1b[2J.txt");
     std::ofstream(line) << "0 0\n1 1\n2 2\n3 3\n";
     std::ofstream(escaped) << "0 0\n1 x\n";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(directory);
     ExpectOneLineErrors({
-        {"hull '" + word + "'", "", Named(word) + ":3: 'zero' is not a number", 1},
+        {"hull", "0 0 0\n1 0 0\n1 1\n", "<stdin>:3: expected 3 numbers like the first point, found 2", 1},
+        {"hull", "0 0\nabc 1\n", "<stdin>:2: 'abc' is not a number", 1},
+        {"hull", "1.5x 2\n", "<stdin>:1: '1.5x' is not a number", 1},
+        {"hull", "0 0\n1 0\n# note\ninf 1\n", "<stdin>:4: 'inf' is not a finite number", 1},
+        {"hull", "0 0\n1,,0\n", "<stdin>:2: empty field between commas", 1},
+        {"hull", "1, 2,\n", "<stdin>:1: line ends with a comma", 1},
+        {"hull", "7\n", "<stdin>:1: a point needs at least 2 coordinates, found 1", 1},
+        {"hull", "# nothing\n\n", "<stdin>: no points", 1},
+        {"hull", "0 0 0\n1 0 0\n0 1 0\n", "<stdin>: 3 points in 3-D; a hull needs at least 4", 1},
+        {"hull", "1 2 3 4 5 6 7 8 9\n", "<stdin>:1: 9 coordinates; vorn hull handles 2 to 8 dimensions", 1},
+        {"hull", "0 0\n1 0\n" + std::string(1048577, ' ') + "\n", "<stdin>:3: line longer than 1048576 bytes", 1},
+        {"hull", "0 0\n" + std::string(1048577, '7'), "<stdin>:2: line longer than 1048576 bytes", 1},
+        {"hull", "0 0\n1 \x1b[2J\xff'\n", "<stdin>:2: '\\x1b[2J\\xff\\'' is not a number", 1},
+        {"hull", std::string("0 0\n1 2\0", 8) + "3\n", "<stdin>:2: '2\\x003' is not a number", 1},
+        {"hull", "0 0\n1 -2e300\n", "<stdin>:2: '-2e300' is too large (vorn takes numbers up to 1e300 in magnitude)", 1},
         {"hull '" + line + "'", "",
          Named(line) + ": Could not find any affinely independent points. Maybe your data form an affine subspace.", 1},
-        {"hull", "", "<stdin>: no points", 1},
         {"hull '" + none + "'", "", Named(none) + ": cannot open: No such file or directory", 1},
         {"hull --inside 1,2 -", "0 0 0\n1 0 0\n0 1 0\n0 0 1\n",
          "hull: --inside '1,2' has 2 coordinates, the points of <stdin> have 3", 2},
@@ -398,6 +398,13 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
         {"hull '" + odd + "'", "", "'" + Path("esc") + "\\x1b[2J\\x0a.txt': cannot open: No such file or directory", 1},
         {"hull '" + escaped + "'", "", "'" + Path("esc") + "\\x1b[2J.txt':2: 'x' is not a number", 1},
         {"", "", "no command given (commands: analyze, hull; see vorn --help)", 2},
+        {"analyse", "", "unknown command 'analyse' (commands: analyze, hull; see vorn --help)", 2},
+        {"analyze --jsn", "", "analyze: unknown option '--jsn' (see vorn --help)", 2},
+        {"analyze --paint", "", "analyze: --paint needs a value", 2},
+        {"analyze --paint=", "", "analyze: --paint needs a file name", 2},
+        {"analyze a.tif b.tif", "", "analyze: more than one image given ('a.tif', 'b.tif')", 2},
+        {"hull --inside", "", "hull: --inside needs a value", 2},
+        {"hull a.txt -", "", "hull: more than one point file given ('a.txt', '-')", 2},
     });
 }
 
@@ -444,13 +451,15 @@ TEST_F(VornCli, PaintReplacesItsFileOnlyWhenComplete)
     // A file size limit of 2 blocks (of 512 or 1024 bytes) cuts the writing
     // short: with SIGXFSZ ignored the write fails, otherwise the signal ends
     // the tool. Either way the previous file stays and no temporary is left.
-    const ToolRun failed = Vorn(command, "", "trap '' XFSZ; ulimit -f 2; ");
-    EXPECT_EQ(std::make_tuple(failed.code, failed.err.rfind("vorn: " + Named(painted) + ": cannot be written", 0)), std::make_tuple(1, 0u)) << failed.err;
-    EXPECT_EQ(Vorn(command, "", "ulimit -f 2; ").code, 128 + SIGXFSZ);
+    const auto [code, out, err] = Vorn(command, "", "trap '' XFSZ; ulimit -f 2; ");
+    EXPECT_EQ(std::make_tuple(code, err.rfind("vorn: " + Named(painted) + ": cannot be written", 0), err.find('\n')),
+              std::make_tuple(1, 0u, err.size() - 1))
+        << err;
+    EXPECT_EQ(std::get<0>(Vorn(command, "", "ulimit -f 2; ")), 128 + SIGXFSZ);
     EXPECT_EQ(Slurp(painted), "previous");
     for (const auto& entry : std::filesystem::directory_iterator(m_dir))
         EXPECT_NE(entry.path().filename().string().rfind(".vorn-", 0), 0u) << entry.path();
-    ASSERT_EQ(Vorn(command).code, 0);
+    ASSERT_EQ(std::get<0>(Vorn(command)), 0);
     EXPECT_EQ(vorntest::ReadRawTiff(painted).size(), 5u);
 }
 #else
