@@ -6,7 +6,6 @@
 #include "CaptureStderr.h"
 #include "Progress.h"
 #include "SampleVolume.h"
-#include "VornTool.h"
 
 #include "VornNumeric.h"
 
@@ -63,15 +62,9 @@ TEST(VornAnalysis, SampleVolumeShapes)
 // simplices are almost never independent.
 TEST(VornAnalysis, HullsOrWhyNoneWhereverObjectsLie)
 {
-    struct Case
-    {
-        int width, height, depth;
-        std::function<bool(int, int, int)> inObject;
-        std::string problem; // empty: a hull
-        std::size_t facets;
-        std::int64_t painted;
-    };
-    const Case cases[] = {
+    // Image size, the object, why it has no hull (empty: it has one), facets
+    // and painted pixels.
+    const std::tuple<int, int, int, std::function<bool(int, int, int)>, std::string, std::size_t, std::int64_t> cases[] = {
         {6, 6, 1, [](int x, int y, int) { return x == 5 && y == 5; }, "point", 0, 0},
         {6, 6, 1, [](int x, int y, int) { return y == x + 1 && x >= 1 && x <= 4; }, "line", 0, 0},
         {6, 6, 1, [](int x, int y, int) { return x >= 1 && y >= 1 && x + y <= 3; }, "", 3, 3},
@@ -85,34 +78,26 @@ TEST(VornAnalysis, HullsOrWhyNoneWhereverObjectsLie)
         {5, 5, 1, [](int x, int y, int) { return (y == 0 && x < 4) || (x == 0 && y < 4); }, "", 3, 10},
         {2, 64, 64, [](int x, int y, int z) { return x == 0 || (y == 20 && z == 30); }, "", 5, 4097},
     };
-    for (const Case& c : cases)
+    for (const auto& [width, height, depth, inObject, problem, facets, painted] : cases)
     {
         std::vector<vorn::HullReport> hulls;
-        for (const int offset : {0, c.depth > 1 ? 25000 : 40000})
+        for (const int offset : {0, depth > 1 ? 25000 : 40000})
         {
-            TOLX::CImage image(TOLX::IMAGE_GREY_8, TOLX::CSize(offset + c.width, c.height, c.depth));
-            for (int i = 0; i < c.width * c.height * c.depth; ++i)
-                if (c.inObject(i % c.width, i / c.width % c.height, i / c.width / c.height))
-                    image.SetPixel(offset + i % c.width, i / c.width % c.height, i / c.width / c.height, 7);
+            TOLX::CImage image(TOLX::IMAGE_GREY_8, TOLX::CSize(offset + width, height, depth));
+            for (int i = 0; i < width * height * depth; ++i)
+                if (inObject(i % width, i / width % height, i / width / height))
+                    image.SetPixel(offset + i % width, i / width % height, i / width / height, 7);
             TOLX::SeedRand15(1); // the same start simplex at both places
             const vorn::AnalysisReport report = Analyzed(image);
             ASSERT_EQ(report.objects.size(), 1u);
             hulls.push_back(report.objects[0].hull);
             EXPECT_EQ(std::make_tuple(hulls.back().problem, hulls.back().available, hulls.back().facets,
                                       hulls.back().paintedPixels),
-                      std::make_tuple(c.problem, c.problem.empty(), c.facets, c.painted))
+                      std::make_tuple(problem, problem.empty(), facets, painted))
                 << "offset " << offset << ", " << report.objects[0].pixels << " pixels";
         }
         EXPECT_EQ(hulls[0].vertices, hulls[1].vertices);
     }
-}
-
-TEST(VornAnalysis, TooManyLabelsIsAnInputError)
-{
-    TOLX::CImage image(TOLX::IMAGE_GREY_32, TOLX::CSize(2, 2, 1));
-    image.SetPixel(1, 1, 0, vorn::MAX_LABELS);
-    EXPECT_EQ(vorntest::ToolErrorOf([&] { Analyzed(image); }),
-              std::make_pair(std::string("the largest label is 4194304; vorn handles labels up to 4194303"), 1));
 }
 
 // The bar is drawn only when enabled and once its delay has passed, redrawn

@@ -320,11 +320,8 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
         text.precision(17);
         double magnitude = 0;
         for (const auto& point : points)
-        {
-            for (const double c : point)
-                text << c << ' ', magnitude = std::max(magnitude, std::fabs(c));
-            text << '\n';
-        }
+            for (std::size_t j = 0; j < point.size(); ++j)
+                text << point[j] << (j + 1 < point.size() ? ' ' : '\n'), magnitude = std::max(magnitude, std::fabs(point[j]));
         std::string arguments = "hull --json";
         for (const std::string& probe : probes)
             arguments += " --inside " + probe;
@@ -415,9 +412,10 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
 TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
 {
     const std::string image = Path("in.tif"), directory = Path("dir"), hardLink = Path("hard.tif"),
-                      softLink = Path("soft.tif"), stack = Path("stack.tif");
+                      softLink = Path("soft.tif"), stack = Path("stack.tif"), many = Path("many.tif");
     ASSERT_TRUE(vorntest::WriteRawTiff(image, PagesOf(LabelImage(8, 2))));
     std::filesystem::create_directory(directory);
+    ASSERT_TRUE(vorntest::WriteRawTiff(many, {vorntest::MakePage({2, 1, 32}, [](int x, int) { return x << 22; })}));
     std::filesystem::create_hard_link(image, hardLink);
     std::filesystem::create_symlink(image, softLink);
     // 100000 pages of 16 MiB that all decode from the same 256 KiB.
@@ -432,6 +430,7 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
         {"analyze --paint '" + Path("none/out.tif") + "' '" + image + "'", "",
          Named(Path("none/out.tif")) + ": cannot be written: directory " + Named(Path("none")) + " does not exist", 1},
         {"analyze --paint /dev/null", "", "'/dev/null': cannot be written: it is a device", 1},
+        {"analyze '" + many + "'", "", Named(many) + ": the largest label is 4194304; vorn handles labels up to 4194303", 1},
         // The limit leaves (200 - 100) / 1.3 = 76.9 MiB for the image: five
         // pages and the 256 KiB strip buffer are too many.
         {"analyze --max-memory 200M '" + stack + "'", "",
