@@ -104,8 +104,7 @@ std::vector<vorntest::RawPage> PagesOf(const TOLX::CImage& image)
 {
     std::vector<vorntest::RawPage> pages;
     for (int z = 0; z < image.Depth(); ++z)
-        pages.push_back(vorntest::MakePage({std::uint32_t(image.Width()), std::uint32_t(image.Height()),
-                                            std::uint16_t(8 * image.Type().BytesPerPixel())},
+        pages.push_back(vorntest::MakePage(image.Width(), image.Height(), 8 * image.Type().BytesPerPixel(),
                                            [&](int x, int y) { return image.GetPixel(x, y, z); }));
     return pages;
 }
@@ -415,7 +414,7 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
                       softLink = Path("soft.tif"), stack = Path("stack.tif"), many = Path("many.tif");
     ASSERT_TRUE(vorntest::WriteRawTiff(image, PagesOf(LabelImage(8, 2))));
     std::filesystem::create_directory(directory);
-    ASSERT_TRUE(vorntest::WriteRawTiff(many, {vorntest::MakePage({2, 1, 32}, [](int x, int) { return x << 22; })}));
+    ASSERT_TRUE(vorntest::WriteRawTiff(many, {vorntest::MakePage(2, 1, 32, [](int x, int) { return x << 22; })}));
     std::filesystem::create_hard_link(image, hardLink);
     std::filesystem::create_symlink(image, softLink);
     // 100000 pages of 16 MiB that all decode from the same 256 KiB.

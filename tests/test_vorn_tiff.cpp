@@ -32,12 +32,14 @@ protected:
 };
 
 // Pages whose pixel values use the whole width of the type and differ between
-// neighbours, rows and pages.
-std::vector<RawPage> PatternPages(const RawPage& layout, int depth)
+// neighbours, rows and pages, laid out as MakePage's further arguments say.
+template <class... Layout>
+std::vector<RawPage> PatternPages(int depth, std::uint32_t width, std::uint32_t height, int bits, Layout... layout)
 {
     std::vector<RawPage> pages;
     for (std::uint64_t z = 0; z < std::uint64_t(depth); ++z)
-        pages.push_back(MakePage(layout, [z](int x, int y) { return x * 2654435761u + y * 40503u + z * 977u + 3; }));
+        pages.push_back(MakePage(
+            width, height, bits, [z](int x, int y) { return x * 2654435761u + y * 40503u + z * 977u + 3; }, layout...));
     return pages;
 }
 } // namespace
@@ -55,8 +57,7 @@ TEST_F(VornTiff, ReadsEachPixelTypeLayoutAndCompressionAndWritesItBack)
     for (const auto& [bits, depth, compression, tile] : cases)
     {
         SCOPED_TRACE(testing::Message() << bits << "-bit, compression " << compression << ", tile " << tile);
-        const std::vector<RawPage> pages =
-            PatternPages({40, 300, std::uint16_t(bits), 1, SAMPLEFORMAT_UINT, compression, 7, tile}, depth);
+        const std::vector<RawPage> pages = PatternPages(depth, 40, 300, bits, 1, SAMPLEFORMAT_UINT, compression, 7, tile);
         ASSERT_TRUE(vorntest::WriteRawTiff(Path("p.tif"), pages));
         const TOLX::CImage image = Read("p.tif");
         ASSERT_EQ(std::make_tuple(image.Width(), image.Height(), image.Depth()), std::make_tuple(40, 300, depth));
@@ -67,16 +68,16 @@ TEST_F(VornTiff, ReadsEachPixelTypeLayoutAndCompressionAndWritesItBack)
         {
             const RawPage &page = written[z], &expected = pages[z];
             EXPECT_EQ(std::memcmp(image.Data() + z * image.Step().Z(), expected.bytes.data(), expected.bytes.size()), 0);
-            EXPECT_EQ(std::tie(page.width, page.height, page.bits, page.samples, page.format),
-                      std::tie(expected.width, expected.height, expected.bits, expected.samples, expected.format));
-            EXPECT_TRUE(page.bytes == expected.bytes) << "page " << z;
+            EXPECT_EQ(std::tie(page.width, page.height, page.bits, page.samples, page.format, page.bytes),
+                      std::tie(expected.width, expected.height, expected.bits, expected.samples, expected.format, expected.bytes))
+                << "page " << z;
         }
     }
 
     // Zeros compress about as far as deflate can go: 4 MiB in one strip of a
     // few KiB must still be within the ratio the reader allows.
-    const RawPage zeros{4096, 1024, 8, 1, SAMPLEFORMAT_UINT, COMPRESSION_ADOBE_DEFLATE, 1024};
-    ASSERT_TRUE(vorntest::WriteRawTiff(Path("zeros.tif"), {MakePage(zeros, [](int, int) { return 0; })}));
+    const RawPage zeros = MakePage(4096, 1024, 8, [](int, int) { return 0; }, 1, SAMPLEFORMAT_UINT, COMPRESSION_ADOBE_DEFLATE, 1024);
+    ASSERT_TRUE(vorntest::WriteRawTiff(Path("zeros.tif"), {zeros}));
     const TOLX::CImage image = Read("zeros.tif");
     EXPECT_EQ(std::count(image.Data(), image.Data() + image.Width() * image.Height() * image.Depth(), 0), 4096 * 1024);
 }
@@ -87,12 +88,12 @@ TEST_F(VornTiff, ReadsEachPixelTypeLayoutAndCompressionAndWritesItBack)
 TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
 {
     const auto one = [](int, int) { return 1; };
-    const RawPage grey = MakePage({6, 4}, one);
+    const RawPage grey = MakePage(6, 4, 8, one);
     const std::pair<std::string, std::vector<RawPage>> written[] = {
-        {"float", {MakePage({6, 4, 32, 1, SAMPLEFORMAT_IEEEFP}, one)}}, {"rgb", {MakePage({6, 4, 8, 3}, one)}},
-        {"signed", {MakePage({6, 4, 16, 1, SAMPLEFORMAT_INT}, one)}}, {"bilevel", {MakePage({6, 4, 1}, one)}},
-        {"wider", {grey, grey, MakePage({7, 4}, one)}}, {"deeper", {grey, MakePage({6, 4, 16}, one)}},
-        {"cut", PatternPages({64, 64, 16}, 2)}};
+        {"float", {MakePage(6, 4, 32, one, 1, SAMPLEFORMAT_IEEEFP)}}, {"rgb", {MakePage(6, 4, 8, one, 3)}},
+        {"signed", {MakePage(6, 4, 16, one, 1, SAMPLEFORMAT_INT)}}, {"bilevel", {MakePage(6, 4, 1, one)}},
+        {"wider", {grey, grey, MakePage(7, 4, 8, one)}}, {"deeper", {grey, MakePage(6, 4, 16, one)}},
+        {"cut", PatternPages(2, 64, 64, 16)}};
     for (const auto& [name, pages] : written)
         ASSERT_TRUE(vorntest::WriteRawTiff(Path(name), pages));
     std::filesystem::resize_file(Path("cut"), std::filesystem::file_size(Path("cut")) - 4000); // in page 2

@@ -18,32 +18,28 @@ namespace vorntest
 {
 struct RawPage
 {
-    RawPage(std::uint32_t width = 0, std::uint32_t height = 0, std::uint16_t bits = 8, std::uint16_t samples = 1,
-            std::uint16_t format = SAMPLEFORMAT_UINT, std::uint16_t compression = COMPRESSION_NONE,
-            std::uint32_t rowsPerStrip = 1, std::uint32_t tile = 0)
-        : width(width), height(height), bits(bits), samples(samples), format(format), compression(compression),
-          rowsPerStrip(rowsPerStrip), tile(tile)
-    {
-    }
-
-    std::uint32_t width, height;
-    std::uint16_t bits, samples, format, compression; // bits per sample
-    std::uint32_t rowsPerStrip, tile;                 // tile: its edge, 0 for strips
+    std::uint32_t width = 0, height = 0;
+    std::uint16_t bits = 8, samples = 1, format = SAMPLEFORMAT_UINT, compression = COMPRESSION_NONE; // bits per sample
+    std::uint32_t rowsPerStrip = 1, tile = 0; // tile: its edge, 0 for strips
     std::vector<std::uint8_t> bytes;
 
     std::size_t RowBytes() const { return (std::size_t{width} * samples * bits + 7) / 8; }
 };
 
-// The page laid out as `page` says, every sample of pixel (x, y) value(x, y)
-// cut to the sample's width, in the host's byte order as libtiff takes it.
-// Pixels of less than a byte are left 0.
-inline RawPage MakePage(RawPage page, const std::function<std::uint64_t(int, int)>& value)
+// A page of width x height pixels of `bits` per sample, stored as the other
+// arguments say; every sample of pixel (x, y) is value(x, y) cut to its width,
+// in the host's byte order as libtiff takes it. Pixels of less than a byte are
+// left 0.
+inline RawPage MakePage(std::uint32_t width, std::uint32_t height, int bits, const std::function<std::uint64_t(int, int)>& value,
+                        std::uint16_t samples = 1, std::uint16_t format = SAMPLEFORMAT_UINT,
+                        std::uint16_t compression = COMPRESSION_NONE, std::uint32_t rowsPerStrip = 1, std::uint32_t tile = 0)
 {
-    const std::size_t size = page.bits / 8, samples = std::size_t{page.width} * page.height * page.samples;
-    page.bytes.assign(page.RowBytes() * page.height, 0);
-    for (std::size_t i = 0; size && i < samples; ++i)
+    RawPage page{width, height, std::uint16_t(bits), samples, format, compression, rowsPerStrip, tile, {}};
+    const std::size_t size = page.bits / 8, count = std::size_t{width} * height * samples;
+    page.bytes.assign(page.RowBytes() * height, 0);
+    for (std::size_t i = 0; size && i < count; ++i)
     {
-        const std::uint64_t v = value(int(i / page.samples % page.width), int(i / page.samples / page.width));
+        const std::uint64_t v = value(int(i / samples % width), int(i / samples / width));
         for (std::size_t b = 0; b < size; ++b)
             page.bytes[i * size + b] = std::uint8_t(v >> 8 * (HOST_BIGENDIAN ? size - 1 - b : b));
     }
