@@ -27,6 +27,7 @@
 #include <sys/wait.h>
 
 using vorntest::JsonValue;
+using namespace std::string_literals;
 
 namespace
 {
@@ -154,7 +155,7 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
         {
             const TOLX::int64 label = labels[i];
             SCOPED_TRACE("label " + std::to_string(label));
-            const JsonValue& got = objects[i];
+            const JsonValue& got = objects.items[i];
             std::vector<double> axis;
             for (std::size_t j = 0; j < d; ++j)
                 axis.push_back(moments.getInertiaAxes(label)(j, d == 3 ? 2 : 0));
@@ -235,14 +236,14 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCallsAndReportsAsText)
             SCOPED_TRACE(std::to_string(bits) + "-bit, " + std::to_string(depth) + " pages");
             const TOLX::CImage image = LabelImage(bits, depth);
             ASSERT_TRUE(vorntest::WriteRawTiff(input, PagesOf(image)));
-            const auto [code, out, err] = Vorn("analyze --json --paint '" + painted + "' '" + input + "'");
+            const auto [code, out, err] = Vorn("analyze --json --paint='" + painted + "' '" + input + "'");
             ASSERT_EQ(std::make_pair(code, err), std::make_pair(0, std::string())); // no progress bar when standard error is a file
             const JsonValue report = vorntest::ParseJson(out);
             EXPECT_EQ(std::make_tuple(report["source"].text, report["dimension"].number, report["bits_per_pixel"].number,
                                       report["labels"].number),
                       std::make_tuple(input, depth > 1 ? 3.0 : 2.0, double(bits), LABELS[bits / 8 - 1][3] + 1.0));
-            EXPECT_EQ(report["objects"][2]["hull_problem"].text, depth > 1 ? "flat" : "line");
-            EXPECT_EQ(report["objects"][3]["hull_problem"].text, "line");
+            EXPECT_EQ(report["objects"].items.at(2)["hull_problem"].text, depth > 1 ? "flat" : "line");
+            EXPECT_EQ(report["objects"].items.at(3)["hull_problem"].text, "line");
             ExpectSameAsLibrary(report["objects"], image, vorntest::ReadRawTiff(painted));
         }
     // The last image as text. Rows start with label and pixel count: the box
@@ -250,9 +251,8 @@ TEST_F(VornCli, AnalyzeMatchesDirectLibraryCallsAndReportsAsText)
     const auto [code, out, err] = Vorn("analyze '" + input + "'");
     EXPECT_EQ(std::make_tuple(code, err, std::count(out.begin(), out.end(), '\n')), std::make_tuple(0, "", 8));
     for (const std::string& part : {input + ": 30x24x5, 3-D, 32-bit, 4 objects (largest label 70000)\n label    pixels",
-                                    std::string("\n     1       160 "), std::string(" 1.000\n     5 "),
-                                    std::string("\n 70000         2 "), std::string("     n/a      n/a      n/a\n"),
-                                    std::string("\nlabel 65536: no hull: flat\nlabel 70000: no hull: line\n")})
+                                    "\n     1       160 "s, " 1.000\n     5 "s, "\n 70000         2 "s, "     n/a      n/a      n/a\n"s,
+                                    "\nlabel 65536: no hull: flat\nlabel 70000: no hull: line\n"s})
         EXPECT_NE(out.find(part), std::string::npos) << part;
 }
 #endif
@@ -267,6 +267,7 @@ TEST_F(VornCli, BuiltInSampleHelpAndHullAsText)
         {"analyze",
          {"built-in sample volume: 128x128x128, 3-D, 8-bit, 5 objects (largest label 5)\n", "\nlabel 5: no hull: line\n"}},
         {"--help", {"usage: vorn analyze"}},
+        {"-h", {"usage: vorn analyze"}},
         {"hull --inside=1,1,1 --inside 2,0,0 '" + Path("cube.txt") + "'",
          {"hull of 10 points in 3-D: 6 facets, 8 vertices\nfacets (normal . x <= offset):\n", "\n  0 0 -1 <= 0\n",
           "\n  1 0 0 <= 1\n", "\nvertices:\n", "\n  1 0 1\n", "\ninside tests:\n  1 1 1: inside\n  2 0 0: outside\n"}},
@@ -295,11 +296,10 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
     std::mt19937 generator(3);
     std::uniform_real_distribution<double> uniform(0, 1);
     std::normal_distribution<double> normal;
-    const auto cloud = [&](std::vector<double> offset, double size, int count) {
+    const auto cloud = [&](std::vector<double> offset, double size, std::size_t count) {
         Points points(count, offset);
-        for (auto& point : points)
-            for (double& c : point)
-                c += size * uniform(generator);
+        for (std::size_t i = 0; i < count * offset.size(); ++i)
+            points[i / offset.size()][i % offset.size()] += size * uniform(generator);
         return points;
     };
     const auto diamond = [](double size) { return Points{{size, 0}, {0, size}, {-size, 0}, {0, -size}, {0, 0}}; };
@@ -348,7 +348,7 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
             EXPECT_NE(std::find(vertices.begin(), vertices.end(), *corner), vertices.end());
         }
         for (std::size_t i = 0; i < probes.size(); ++i)
-            EXPECT_EQ(hull["inside"][i]["inside"].number, i == 0) << probes[i];
+            EXPECT_EQ(hull["inside"].items.at(i)["inside"].number, i == 0) << probes[i];
     }
 }
 
@@ -401,18 +401,20 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
         {"analyze a.tif b.tif", "", "analyze: more than one image given ('a.tif', 'b.tif')", 2},
         {"hull --inside", "", "hull: --inside needs a value", 2},
         {"hull a.txt -", "", "hull: more than one point file given ('a.txt', '-')", 2},
+        {"hull -- -odd", "", "'-odd': cannot open: No such file or directory", 1},
     });
 }
 
 #ifdef VORN_HAVE_TIFF
 // Images that cannot be read (the reader's cases are in test_vorn_tiff), paint
 // targets that are the input or cannot be written, and hostile files: refused
-// in one line before any work, the input left as it was.
-TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
+// in one line before any work, the input left as it was. A paint target is
+// replaced only by a complete file.
+TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedAndPaintIsWholeOrNothing)
 {
     const std::string image = Path("in.tif"), directory = Path("dir"), hardLink = Path("hard.tif"),
                       softLink = Path("soft.tif"), stack = Path("stack.tif"), many = Path("many.tif");
-    ASSERT_TRUE(vorntest::WriteRawTiff(image, PagesOf(LabelImage(8, 2))));
+    ASSERT_TRUE(vorntest::WriteRawTiff(image, PagesOf(LabelImage(8, 5)))); // its hulls take more than 2 KiB
     std::filesystem::create_directory(directory);
     ASSERT_TRUE(vorntest::WriteRawTiff(many, {vorntest::MakePage(2, 1, 32, [](int x, int) { return x << 22; })}));
     std::filesystem::create_hard_link(image, hardLink);
@@ -438,12 +440,8 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedBeforeAnyWork)
          1},
     });
     EXPECT_EQ(Slurp(image), before);
-}
 
-TEST_F(VornCli, PaintReplacesItsFileOnlyWhenComplete)
-{
-    const std::string image = Path("in.tif"), painted = Path("out.tif");
-    ASSERT_TRUE(vorntest::WriteRawTiff(image, PagesOf(LabelImage(8, 5)))); // its hulls take more than 2 KiB
+    const std::string painted = Path("out.tif");
     std::ofstream(painted) << "previous";
     const std::string command = "analyze --paint '" + painted + "' '" + image + "'";
     // A file size limit of 2 blocks (of 512 or 1024 bytes) cuts the writing
@@ -477,10 +475,9 @@ TEST(VornMemorySize, WholeBytesOrPowersOf1024)
         {"1073741824", 1073741824}, {"512M", 536870912}, {"2G", 2147483648}, {"3k", 3072}, {"1T", 1099511627776},
         {"", 0}, {"0", 0}, {"0G", 0}, {"G", 0}, {"1.5G", 0}, {"2 G", 0}, {"2GB", 0}, {"-1", 0},
         {"18446744073709551616", 0}, {"16777216T", 0}};
+    const auto parse = [](const std::string& text, std::uint64_t bytes = 7) {
+        return std::make_pair(vorn::ParseMemorySize(text, bytes), bytes);
+    };
     for (const auto& [text, bytes] : cases)
-    {
-        std::uint64_t parsed = 7;
-        EXPECT_EQ(std::make_pair(vorn::ParseMemorySize(text, parsed), parsed), std::make_pair(bytes != 0, bytes ? bytes : 7))
-            << text;
-    }
+        EXPECT_EQ(parse(text), std::make_pair(bytes != 0, bytes ? bytes : 7)) << text;
 }

@@ -1,7 +1,6 @@
-// Reading point files and the command line of the vorn tool. Their errors
-// are checked end to end, with their exit codes, in test_vorn_cli.
+// Reading point files. Their errors, and the command line, are checked end to
+// end in test_vorn_cli.
 
-#include "Cli.h"
 #include "PointFile.h"
 
 #include <gtest/gtest.h>
@@ -37,18 +36,4 @@ TEST(VornPoints, BlanksCommasCommentsAndTheFirstPointsDimension)
         EXPECT_EQ(std::make_tuple(points.dimension, points.Count(), points.coordinates),
                   std::make_tuple(dimension, coordinates.size() / dimension, coordinates));
     }
-}
-
-// The command line's mistakes are checked end to end in test_vorn_cli.
-TEST(VornCommandLine, CommandsAndOptions)
-{
-    const vorn::CommandLine analyze = vorn::ParseCommandLine({"analyze", "--json", "--paint=out.tif", "labels.tif"});
-    EXPECT_EQ(std::make_tuple(analyze.command, analyze.analyze.json, analyze.analyze.paint, analyze.analyze.image),
-              std::make_tuple("analyze", true, "out.tif", "labels.tif"));
-    const vorn::CommandLine hull = vorn::ParseCommandLine({"hull", "--inside", "1,2", "--inside=3 4", "--", "-odd"});
-    EXPECT_EQ(std::make_tuple(hull.command, hull.hull.inside, hull.hull.file),
-              std::make_tuple("hull", std::vector<std::string>{"1,2", "3 4"}, "-odd"));
-    EXPECT_EQ(vorn::ParseCommandLine({"hull", "-"}).hull.file, "-");
-    EXPECT_EQ(vorn::ParseCommandLine({"hull", "-h"}).command, "help");
-
 }

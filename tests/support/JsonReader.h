@@ -26,7 +26,6 @@ struct JsonValue
         const auto member = std::find_if(members.begin(), members.end(), [&](const auto& m) { return m.first == key; });
         return member != members.end() ? member->second : throw std::out_of_range("no member " + key);
     }
-    const JsonValue& operator[](std::size_t index) const { return items.at(index); }
     std::vector<double> Numbers() const
     {
         std::vector<double> values(items.size());

@@ -111,10 +111,8 @@ inline std::vector<RawPage> ReadRawTiff(const std::string& path)
 // declared sizes that the data cannot fill, data shared between pages.
 struct HandPage
 {
-    std::uint32_t width = 0;
-    std::uint32_t height = 0;
-    std::uint16_t bits = 8;
-    std::uint16_t compression = COMPRESSION_NONE;
+    std::uint32_t width = 0, height = 0;
+    std::uint16_t bits = 8, compression = COMPRESSION_NONE;
     std::uint32_t rowsPerStrip = 0; // 0: no such tag, one strip
     std::vector<std::pair<std::uint32_t, std::uint32_t>> strips; // offset into the file and byte count
 };
