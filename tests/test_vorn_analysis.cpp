@@ -30,26 +30,25 @@ TEST(VornAnalysis, SampleVolumeShapes)
 {
     TOLX::CImage volume = vorn::MakeSampleVolume(64); // every length halved
     const vorn::AnalysisReport report = Analyzed(volume);
-    ASSERT_EQ(report.objects.size(), 5u); // the header line, with the needle's, is checked in test_vorn_cli
-    const auto Object = [&](int label) -> const ObjectReport& { return report.objects[label - 1]; }; // labels 1 to 5
+    ASSERT_EQ(report.objects.size(), 5u); // labels 1 to 5; the header line, with the needle's, is checked in test_vorn_cli
 
     // Ball of radius 11 about (17, 17, 17): symmetric, so the centre is exact.
-    const ObjectReport& ball = Object(vorn::SAMPLE_BALL);
+    const ObjectReport& ball = report.objects[vorn::SAMPLE_BALL - 1];
     EXPECT_NEAR(double(ball.pixels), 4.0 / 3.0 * M_PI * 11 * 11 * 11, 0.03 * 5575);
     EXPECT_EQ(std::make_tuple(ball.centre.x, ball.centre.y, ball.centre.z), std::make_tuple(17.0, 17.0, 17.0));
 
     // The ellipsoid's long axis is its frame's first axis, rotated 30° about z
     // and then 20° about x.
     const double c30 = std::cos(M_PI / 6), s30 = std::sin(M_PI / 6), c20 = std::cos(M_PI / 9), s20 = std::sin(M_PI / 9);
-    const TOLX::CTriple<double>& axis = Object(vorn::SAMPLE_ELLIPSOID).mainAxis;
+    const TOLX::CTriple<double>& axis = report.objects[vorn::SAMPLE_ELLIPSOID - 1].mainAxis;
     EXPECT_GT(std::fabs(axis.x * c30 + axis.y * c20 * s30 + axis.z * s20 * s30), 0.995);
 
     // Torus R = 11, r = 4 in a hull of about π(R + r)²·2r: clearly not convex.
-    const ObjectReport& torus = Object(vorn::SAMPLE_TORUS);
+    const ObjectReport& torus = report.objects[vorn::SAMPLE_TORUS - 1];
     EXPECT_NEAR(double(torus.pixels), 2 * M_PI * M_PI * 11 * 4 * 4, 0.05 * 3474);
     EXPECT_NEAR(torus.Solidity(), 0.65, 0.15);
 
-    EXPECT_TRUE(std::isnan(Object(vorn::SAMPLE_NEEDLE).Solidity()));
+    EXPECT_TRUE(std::isnan(report.objects[vorn::SAMPLE_NEEDLE - 1].Solidity()));
 }
 
 // Objects whose pixels span less than the image's dimension have no hull, told

@@ -19,6 +19,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <random>
 #include <sstream>
 #include <thread>
@@ -38,9 +39,7 @@ std::string Named(const std::string& path) { return "'" + path + "'"; }
 
 std::string Slurp(const std::string& path)
 {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
+    return std::string(std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {});
 }
 
 class VornCli : public vorntest::VornFilesTest
@@ -215,15 +214,10 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
 }
 #endif
 
-using Points = std::vector<std::vector<double>>;
+using Point = std::vector<double>;
+using Points = std::vector<Point>;
 
-double Dot(const std::vector<double>& a, const std::vector<double>& b)
-{
-    double sum = 0;
-    for (std::size_t j = 0; j < a.size(); ++j)
-        sum += a[j] * b[j];
-    return sum;
-}
+double Dot(const Point& a, const Point& b) { return std::inner_product(a.begin(), a.end(), b.begin(), 0.0); }
 } // namespace
 
 #ifdef VORN_HAVE_TIFF

@@ -8,15 +8,6 @@
 #include <sstream>
 #include <tuple>
 
-namespace
-{
-vorn::PointSet Read(const std::string& text)
-{
-    std::istringstream in(text);
-    return vorn::ReadPoints(in, "pts.txt");
-}
-} // namespace
-
 TEST(VornPoints, BlanksCommasCommentsAndTheFirstPointsDimension)
 {
     // The origin and the unit points of 8-D, the most dimensions vorn takes.
@@ -32,7 +23,8 @@ TEST(VornPoints, BlanksCommasCommentsAndTheFirstPointsDimension)
     };
     for (const auto& [text, dimension, coordinates] : cases)
     {
-        const vorn::PointSet points = Read(text);
+        std::istringstream in(text);
+        const vorn::PointSet points = vorn::ReadPoints(in, "pts.txt");
         EXPECT_EQ(std::make_tuple(points.dimension, points.Count(), points.coordinates),
                   std::make_tuple(dimension, coordinates.size() / dimension, coordinates));
     }
