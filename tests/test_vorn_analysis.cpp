@@ -15,8 +15,6 @@
 #include <functional>
 #include <tuple>
 
-using vorn::ObjectReport;
-
 namespace
 {
 vorn::AnalysisReport Analyzed(TOLX::CImage& image)
@@ -33,7 +31,7 @@ TEST(VornAnalysis, SampleVolumeShapes)
     ASSERT_EQ(report.objects.size(), 5u); // labels 1 to 5; the header line, with the needle's, is checked in test_vorn_cli
 
     // Ball of radius 11 about (17, 17, 17): symmetric, so the centre is exact.
-    const ObjectReport& ball = report.objects[vorn::SAMPLE_BALL - 1];
+    const vorn::ObjectReport& ball = report.objects[vorn::SAMPLE_BALL - 1];
     EXPECT_NEAR(double(ball.pixels), 4.0 / 3.0 * M_PI * 11 * 11 * 11, 0.03 * 5575);
     EXPECT_EQ(std::make_tuple(ball.centre.x, ball.centre.y, ball.centre.z), std::make_tuple(17.0, 17.0, 17.0));
 
@@ -44,7 +42,7 @@ TEST(VornAnalysis, SampleVolumeShapes)
     EXPECT_GT(std::fabs(axis.x * c30 + axis.y * c20 * s30 + axis.z * s20 * s30), 0.995);
 
     // Torus R = 11, r = 4 in a hull of about π(R + r)²·2r: clearly not convex.
-    const ObjectReport& torus = report.objects[vorn::SAMPLE_TORUS - 1];
+    const vorn::ObjectReport& torus = report.objects[vorn::SAMPLE_TORUS - 1];
     EXPECT_NEAR(double(torus.pixels), 2 * M_PI * M_PI * 11 * 4 * 4, 0.05 * 3474);
     EXPECT_NEAR(torus.Solidity(), 0.65, 0.15);
 
@@ -107,10 +105,10 @@ TEST(VornProgress, DrawsOnlyWhenEnabledAfterItsDelayAndWipesItsLine)
     const auto bar = [](int filled, const char* percent) {
         return "\rhulls    [" + std::string(filled, '#') + std::string(30 - filled, '.') + "] " + percent;
     };
-    const std::string drawn = bar(7, " 25.0%") + bar(15, " 50.0%") + bar(22, " 75.0%") + bar(30, "100.0%") + "\r" +
-                              std::string(50, ' ') + "\r";
     const std::tuple<bool, std::chrono::milliseconds, std::string> cases[] = {
-        {false, std::chrono::milliseconds(0), ""}, {true, std::chrono::hours(1), ""}, {true, std::chrono::milliseconds(0), drawn}};
+        {false, std::chrono::milliseconds(0), ""}, {true, std::chrono::hours(1), ""},
+        {true, std::chrono::milliseconds(0),
+         bar(7, " 25.0%") + bar(15, " 50.0%") + bar(22, " 75.0%") + bar(30, "100.0%") + "\r" + std::string(50, ' ') + "\r"}};
     for (const auto& [enabled, delay, expected] : cases)
         EXPECT_EQ(vorntest::CaptureStandardError([&, enabled = enabled, delay = delay] {
                       vorn::CProgress progress(stderr, enabled, delay);

@@ -2,7 +2,6 @@
 // read with libtiff directly.
 
 #include "CaptureStderr.h"
-#include "MemoryBudget.h"
 #include "Progress.h"
 #include "TiffIO.h"
 #include "VornTool.h"
