@@ -73,8 +73,7 @@ TEST(VornAnalysis, HullsOrWhyNoneWhereverObjectsLie)
         {6, 5, 6, [](int x, int y, int z) { return x + y + z <= 4; }, "", 4, 35},
         {6, 5, 4, [](int x, int y, int z) { return x < 5 && y < 4 && z < 3; }, "", 6, 60},
         {5, 5, 1, [](int x, int y, int) { return (y == 0 && x < 4) || (x == 0 && y < 4); }, "", 3, 10},
-        {2, 64, 64, [](int x, int y, int z) { return x == 0 || (y == 20 && z == 30); }, "", 5, 4097},
-    };
+        {2, 64, 64, [](int x, int y, int z) { return x == 0 || (y == 20 && z == 30); }, "", 5, 4097}};
     for (const auto& [width, height, depth, inObject, problem, facets, painted] : cases)
     {
         std::vector<vorn::HullReport> hulls;
@@ -87,9 +86,8 @@ TEST(VornAnalysis, HullsOrWhyNoneWhereverObjectsLie)
             TOLX::SeedRand15(1); // the same start simplex at both places
             const vorn::AnalysisReport report = Analyzed(image);
             ASSERT_EQ(report.objects.size(), 1u);
-            hulls.push_back(report.objects[0].hull);
-            EXPECT_EQ(std::make_tuple(hulls.back().problem, hulls.back().available, hulls.back().facets,
-                                      hulls.back().paintedPixels),
+            const vorn::HullReport& hull = hulls.emplace_back(report.objects[0].hull);
+            EXPECT_EQ(std::make_tuple(hull.problem, hull.available, hull.facets, hull.paintedPixels),
                       std::make_tuple(problem, problem.empty(), facets, painted))
                 << "offset " << offset << ", " << report.objects[0].pixels << " pixels";
         }
@@ -102,9 +100,7 @@ TEST(VornAnalysis, HullsOrWhyNoneWhereverObjectsLie)
 // 7, 15, 22 and 30 are filled at a quarter, half, three quarters and all.
 TEST(VornProgress, DrawsOnlyWhenEnabledAfterItsDelayAndWipesItsLine)
 {
-    const auto bar = [](int filled, const char* percent) {
-        return "\rhulls    [" + std::string(filled, '#') + std::string(30 - filled, '.') + "] " + percent;
-    };
+    const auto bar = [](int n, const char* percent) { return "\rhulls    [" + std::string(n, '#') + std::string(30 - n, '.') + "] " + percent; };
     const std::tuple<bool, std::chrono::milliseconds, std::string> cases[] = {
         {false, std::chrono::milliseconds(0), ""}, {true, std::chrono::hours(1), ""},
         {true, std::chrono::milliseconds(0),

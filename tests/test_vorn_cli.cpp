@@ -19,10 +19,12 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <numeric>
 #include <random>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -121,8 +123,8 @@ void ExpectSameValue(const JsonValue& json, const TOLX::CValue& value, const std
             ExpectSameValue(*item++, *entry.second, key + "[]");
         return;
     }
-    const bool text = value.Type() == TOLX::VALUE_STRING, whole = value.Type() == TOLX::VALUE_LONG;
-    const double number = text ? 0 : whole ? double(value.Long()) : value.Double();
+    const bool text = value.Type() == TOLX::VALUE_STRING;
+    const double number = text ? 0 : value.Type() == TOLX::VALUE_LONG ? double(value.Long()) : value.Double();
     EXPECT_EQ(std::make_tuple(json.kind, json.number, json.text),
               std::make_tuple(text ? JsonValue::STRING : std::isfinite(number) ? JsonValue::NUMBER : JsonValue::NUL,
                               std::isfinite(number) ? number : 0.0, text ? std::string(value.String()) : ""))
@@ -206,9 +208,9 @@ void ExpectSameAsLibrary(const JsonValue& objects, const TOLX::CImage& image, co
             EXPECT_DOUBLE_EQ(got["solidity"].number, moments.Mass(label) / inside);
         }
         const std::vector<vorntest::RawPage> expected = PagesOf(painted);
-        ASSERT_EQ(pages.size(), expected.size());
-        for (std::size_t z = 0; z < pages.size(); ++z)
-            EXPECT_TRUE(std::tie(pages[z].bits, pages[z].bytes) == std::tie(expected[z].bits, expected[z].bytes)) << z;
+        EXPECT_TRUE(std::equal(pages.begin(), pages.end(), expected.begin(), expected.end(), [](const auto& a, const auto& b) {
+            return std::tie(a.bits, a.bytes) == std::tie(b.bits, b.bytes);
+        }));
     }).join();
 }
 #endif
@@ -288,7 +290,6 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
 {
     std::mt19937 generator(3);
     std::uniform_real_distribution<double> uniform(0, 1);
-    std::normal_distribution<double> normal;
     const auto cloud = [&](std::vector<double> offset, double size, std::size_t count) {
         Points points(count, offset);
         for (std::size_t i = 0; i < count * offset.size(); ++i)
@@ -304,8 +305,7 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
         {diamond(1e-8), {"0,0", "1e-7,0", "7.1e-9,7.1e-9"}},
         // Vertices that share their first three coordinates stay apart.
         {{{0, 0, 0, 1}, {0, 0, 0, -1}, {1, 0, 0, 0}, {-1, 0, 0, 0}, {0, 1, 0, 0}, {0, -1, 0, 0}, {0, 0, 1, 0}, {0, 0, -1, 0}},
-         {"0,0,0,0.9", "0.5,0.5,0,0.5"}},
-    };
+         {"0,0,0,0.9", "0.5,0.5,0,0.5"}}};
     for (const auto& [points, probes] : cases)
     {
         std::ostringstream text;
@@ -314,9 +314,8 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
         for (const auto& point : points)
             for (std::size_t j = 0; j < point.size(); ++j)
                 text << point[j] << (j + 1 < point.size() ? ' ' : '\n'), magnitude = std::max(magnitude, std::fabs(point[j]));
-        std::string arguments = "hull --json";
-        for (const std::string& probe : probes)
-            arguments += " --inside " + probe;
+        const std::string arguments = std::accumulate(probes.begin(), probes.end(), "hull --json"s,
+                                                      [](const std::string& all, const std::string& probe) { return all + " --inside " + probe; });
         const auto [code, out, err] = Vorn(arguments + " -", text.str());
         ASSERT_EQ(code, 0) << err;
         const JsonValue hull = vorntest::ParseJson(out);
@@ -334,8 +333,7 @@ TEST_F(VornCli, HullRightAtAnyOffsetAndScale)
         for (int k = 0; k < 300; ++k)
         {
             std::vector<double> u(points[0].size());
-            for (double& x : u)
-                x = normal(generator);
+            std::generate(u.begin(), u.end(), [&] { return uniform(generator) - 0.5; });
             const auto corner = std::max_element(points.begin(), points.end(),
                                                  [&](const auto& a, const auto& b) { return Dot(u, a) < Dot(u, b); });
             EXPECT_NE(std::find(vertices.begin(), vertices.end(), *corner), vertices.end());

@@ -16,10 +16,8 @@ TEST(VornJson, NumbersReadBackExactlyInTheirShortestForm)
         {0.1, "0.1"}, {3.0, "3"}, {-0.5, "-0.5"}, {-0.0, "0"}, {1.0 / 3.0, ""}, {-2.5e-300, ""}, {6.02214076e23, ""},
         {4.9406564584124654e-324, ""}, {1e21, ""}, {123456789.0, ""}};
     for (const auto& [value, text] : cases)
-    {
-        const std::string got = vorn::FormatNumber(value);
-        EXPECT_EQ(std::make_pair(std::strtod(got.c_str(), nullptr), text.empty() ? text : got), std::make_pair(value, text));
-    }
+        EXPECT_EQ(std::make_pair(std::strtod(vorn::FormatNumber(value).c_str(), nullptr), text.empty() ? text : vorn::FormatNumber(value)),
+                  std::make_pair(value, text));
 }
 
 TEST(VornJson, AnyBytesMakeAValidString)
@@ -36,8 +34,7 @@ TEST(VornJson, AnyBytesMakeAValidString)
         {"\xff\x80x", "\\ufffd\\ufffdx"},
         {"\xe2\x82" "A\xc3", "\\ufffd\\ufffdA\\ufffd"},
         {"\xc0\xaf\xe0\x9f\xbf", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"},
-        {"\xed\xa0\x80\xf4\x90\x80\x80", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"},
-    };
+        {"\xed\xa0\x80\xf4\x90\x80\x80", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"}};
     for (const auto& [bytes, string] : cases)
     {
         std::string text;

@@ -2,6 +2,7 @@
 // read with libtiff directly.
 
 #include "CaptureStderr.h"
+#include "MemoryBudget.h"
 #include "Progress.h"
 #include "TiffIO.h"
 #include "VornTool.h"
@@ -68,8 +69,7 @@ TEST_F(VornTiff, ReadsEachPixelTypeLayoutAndCompressionAndWritesItBack)
             const RawPage &page = written[z], &expected = pages[z];
             EXPECT_EQ(std::memcmp(image.Data() + z * image.Step().Z(), expected.bytes.data(), expected.bytes.size()), 0);
             EXPECT_EQ(std::tie(page.width, page.height, page.bits, page.samples, page.format, page.bytes),
-                      std::tie(expected.width, expected.height, expected.bits, expected.samples, expected.format, expected.bytes))
-                << "page " << z;
+                      std::tie(expected.width, expected.height, expected.bits, expected.samples, expected.format, expected.bytes));
         }
     }
 
@@ -132,8 +132,7 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
         {"square", "page 1" + corrupt, true},
         {"inflate", "page 1" + corrupt, true},
         {"strips", "page 2" + corrupt, true},
-        {"stack", "page " + lastPage + corrupt, true},
-    };
+        {"stack", "page " + lastPage + corrupt, true}};
     for (const auto& [name, message, detail] : cases)
     {
         std::pair<std::string, int> error;

@@ -81,8 +81,7 @@ inline JsonValue ParseJson(const std::string& text, std::size_t* from = nullptr)
     else if (text.find_first_of("-0123456789", at) == at) // no NaN, Infinity or hex
     {
         char* end = nullptr;
-        value.kind = JsonValue::NUMBER;
-        value.number = std::strtod(text.c_str() + at, &end);
+        value.kind = JsonValue::NUMBER, value.number = std::strtod(text.c_str() + at, &end);
         at = std::size_t(end - text.c_str());
     }
     else if (!take("null"))
