@@ -126,7 +126,7 @@ inline std::string ZeroRuns()
         runs += std::string("\x81\0", 2);
     return runs;
 }
-const HandPage ZERO_RUNS_PAGE{4096, 4096, 8, COMPRESSION_PACKBITS, 0, {{8, 4096 * 4096 / 64}}};
+inline const HandPage ZERO_RUNS_PAGE{4096, 4096, 8, COMPRESSION_PACKBITS, 0, {{8, 4096 * 4096 / 64}}};
 
 // A little-endian classic TIFF: the header, `data` from offset 8 on, then one
 // directory per page with its strip lists after it.
