@@ -19,7 +19,9 @@ TEST(VornPoints, BlanksCommasCommentsAndTheFirstPointsDimension)
         corners[8 * k + k - 1] = 1; // point k's coordinate k - 1
     const std::tuple<std::string, std::size_t, std::vector<double>> cases[] = {
         {"# unit square\n0 0\n1,0\n\n  1 ,\t1  \r\n0,1\n-2.5e-1  +0.5\n", 2, {0, 0, 1, 0, 1, 1, 0, 1, -0.25, 0.5}},
-        {simplex, 8, corners}};
+        {simplex, 8, corners},
+        // A comment after a point's numbers; what std::from_chars leaves to strtod.
+        {"1 2 # first\n+3,0x1p2#second\n0 0\n", 2, {1, 2, 3, 4, 0, 0}}};
     for (const auto& [text, dimension, coordinates] : cases)
     {
         std::istringstream in(text);
