@@ -30,6 +30,12 @@ public:
         : m_dimension(std::size_t(Rows(points, 0, "points").shape(1))), m_hull(m_dimension, "vorn.ConvexHull", nullptr)
     {
         const auto rows = FiniteRows(points, m_dimension, "points");
+        // With fewer points the library says why there is no hull; with
+        // exactly d its draw takes a column past the last point, the origin,
+        // and would build a hull through a point nobody gave.
+        if (rows.shape(0) == py::ssize_t(m_dimension))
+            throw py::value_error("points: a hull in " + std::to_string(m_dimension) + "-D needs at least " +
+                                  std::to_string(m_dimension + 1) + " points, got " + std::to_string(m_dimension));
         TOLX::CMatrix<double> point(m_dimension, 1);
         for (py::ssize_t i = 0; i < rows.shape(0); ++i)
         {
@@ -201,7 +207,8 @@ simplex (see vorn.seed). Its tolerance is absolute, 1e-12: a point within
 1e-12 of a facet's plane counts as on it. Coordinates far from the origin
 (beyond about 1e4) round by more than that; translate and scale such points
 towards the origin first. Points that span no d-dimensional volume, or fewer
-than d + 1 of them, raise vorn.Error with the library's message.
+than d of them, raise vorn.Error with the library's message; exactly d points
+raise ValueError.
 
 Attributes
 ----------
