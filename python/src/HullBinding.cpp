@@ -247,7 +247,8 @@ paint(shape) -> ndarray of bool
              R"(Whether each row of an m x d array-like is inside the hull.
 
 A point counts as inside unless some facet plane puts it more than 1e-12
-outside (the library's isInside), so points on the boundary are inside.
+outside (the library's isInside), so points on the boundary are inside; no
+plane rejects a point with a NaN coordinate, so it counts as inside too.
 Returns a bool array of length m.)")
         .def("paint", &CHull::Paint, py::arg("shape"),
              R"(The hull as a boolean mask of the given 2-D or 3-D shape.
