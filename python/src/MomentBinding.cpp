@@ -122,8 +122,9 @@ matrices; main_axis raises IndexError):
                         sums, covariance mode the covariances (divided by mass)
   excentricity          (a + r)/(a - r) from the raw sums (2-D only)
   tensor                3 x 3 inertia tensor or covariance matrix
-  inertia_moments       its 3 eigenvalues, largest first (ratios to the first
-                        with scale_invariance)
+  inertia_moments       its 3 eigenvalues, largest first (in 2-D the first
+                        two, the filler stays third); with scale_invariance
+                        divided by the first
   inertia_axes          3 x 3, the eigenvectors in its columns, same order
   scaled_inertia_axes   column i scaled to length inertia_moments[i]
   inertia_vectors       3 x 3, the axes as rows (z = 0 in 2-D)
