@@ -399,3 +399,38 @@ TEST(ObjectMoment, ForwardsToItsLabelsAndLaysOutTheirMaps)
     // A label with pixels that was never computed has no axes.
     ExpectBadSubscript([&] { (void)static_cast<CValueMap>(raw); });
 }
+
+// Chunks of an integer point set merged in any order give one pass's sums bit
+// for bit (every sum an integer below 2^53), per label with the pixel counts;
+// parts of another dimension or label count are refused.
+TEST(Moment, MergedChunksEqualOnePass)
+{
+    std::mt19937 engine(7);
+    std::uniform_int_distribution<int> coordinate(-1000, 1000), weight(1, 4);
+    Points points(900);
+    for (Point& p : points) p = {double(weight(engine)), double(coordinate(engine)), double(coordinate(engine)), double(coordinate(engine))};
+    const auto labelled = [&](std::size_t begin, std::size_t end) {
+        CObjectMoment objects(3, 3);
+        for (std::size_t i = begin; i < end; ++i) objects(int64(i % 3), points[i].x, points[i].y, points[i].z);
+        return objects;
+    };
+    const std::size_t cuts[] = {0, 100, 450, 451, 900};
+    for (const std::array<int, 4>& order : {std::array<int, 4>{0, 1, 2, 3}, {3, 2, 1, 0}, {2, 0, 3, 1}})
+    {
+        CMoment merged(3);
+        CObjectMoment mergedObjects(3, 3), whole = labelled(0, points.size());
+        for (const int c : order)
+            merged.Merge(Fed(3, Points(points.begin() + cuts[c], points.begin() + cuts[c + 1]))),
+                mergedObjects.Merge(labelled(cuts[c], cuts[c + 1]));
+        for (const auto& [key, getter, forward] : kScalars) EXPECT_EQ((merged.*getter)(), (Fed(3, points).*getter)()) << key;
+        CaptureStandardError([&] { whole.Compute(), mergedObjects.Compute(); });
+        EXPECT_TRUE(CValueMap(mergedObjects).Equal(CValueMap(whole))); // every label's sums, results and pixels
+    }
+    const std::tuple<std::function<void()>, std::string, std::string, int> refused[] = {
+        {[] { CMoment(2).Merge(CMoment(3)); }, "cannot merge moments of dimension 3 into dimension 2", "TOLX::CMoment::Merge", 330},
+        {[] { CObjectMoment(2, 3).Merge(CObjectMoment(2, 2)); }, "cannot merge moments of dimension 2 into dimension 3",
+         "TOLX::CObjectMoment::Merge", 420},
+        {[] { CObjectMoment(2, 3).Merge(CObjectMoment(5, 3)); }, "cannot merge moments of 5 labels into 2 labels",
+         "TOLX::CObjectMoment::Merge", 422}};
+    for (const auto& [action, message, function, line] : refused) ExpectThrowAt(action, message, function, kSource, line);
+}
