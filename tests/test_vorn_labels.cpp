@@ -40,7 +40,7 @@ protected:
 RawPage Page(int bits, std::uint32_t width, std::uint32_t height, std::function<std::uint64_t(int, int)> value,
              std::uint16_t format = SAMPLEFORMAT_UINT, std::string description = "")
 {
-    RawPage page = MakePage(bits, width, height, std::move(value), format);
+    RawPage page = MakePage(width, height, bits, std::move(value), 1, format);
     page.description = std::move(description);
     return page;
 }

@@ -23,7 +23,7 @@ std::vector<RawPage> Pages(int width, int height, int depth, const Shape& shape)
 {
     std::vector<RawPage> pages;
     for (int z = 0; z < depth; ++z)
-        pages.push_back(vorntest::MakePage(8, std::uint32_t(width), std::uint32_t(height),
+        pages.push_back(vorntest::MakePage(std::uint32_t(width), std::uint32_t(height), 8,
                                            [&](int x, int y) { return shape(x, y, z) ? 3 : 0; }));
     return pages;
 }
@@ -80,7 +80,7 @@ TEST_F(VornMeasures, ShapesGiveTheirHandDerivedValues)
     {
         const JsonValue report = vorntest::ParseJson(Run(c.pages, "--json " + c.options));
         EXPECT_EQ(report["object_count"].number, 1);
-        const JsonValue& object = report["objects"][0];
+        const JsonValue& object = report["objects"].items[0];
         for (const auto& [key, value] : c.expected)
         {
             const bool indexed = std::isdigit(static_cast<unsigned char>(key.back()));
@@ -89,7 +89,7 @@ TEST_F(VornMeasures, ShapesGiveTheirHandDerivedValues)
                                                                            [&](const auto& m) { return m.first == name; })
                                           ? object[name]
                                           : object["hull"][name];
-            const JsonValue& field = indexed ? member[std::size_t(key.back() - '0')] : member;
+            const JsonValue& field = indexed ? member.items[std::size_t(key.back() - '0')] : member;
             if (std::isnan(value))
                 EXPECT_EQ(field.kind, JsonValue::NUL) << key;
             else
@@ -129,7 +129,7 @@ TEST_F(VornMeasures, CalibrationFromEveryKindOfFileAndTheOptions)
                   std::make_tuple(unit, spacing, origin));
         const double product = spacing[0] * spacing[1] * (spacing.size() > 2 ? spacing[2] : 1);
         const std::string measure = spacing.size() > 2 ? "volume" : "area";
-        EXPECT_NEAR(report["objects"][0][measure].number, 6.0 * double(pages.size()) * product, 1e-12);
+        EXPECT_NEAR(report["objects"].items[0][measure].number, 6.0 * double(pages.size()) * product, 1e-12);
 
         std::istringstream csv(Run(pages, "--csv " + options));
         std::string header, row;
@@ -143,7 +143,7 @@ TEST_F(VornMeasures, CalibrationFromEveryKindOfFileAndTheOptions)
         std::string field;
         for (std::size_t i = 0; i <= 3 + spacing.size(); ++i)
             std::getline(fields, field, ',');
-        EXPECT_EQ(std::strtod(field.c_str(), nullptr), report["objects"][0]["inertia_eigenvalues"][0].number);
+        EXPECT_EQ(std::strtod(field.c_str(), nullptr), report["objects"].items[0]["inertia_eigenvalues"].items[0].number);
     }
     EXPECT_EQ(vorntest::RunVorn(m_dir, "--version").out.compare(0, 5, "vorn "), 0);
 }
@@ -152,8 +152,8 @@ TEST_F(VornMeasures, CalibrationFromEveryKindOfFileAndTheOptions)
 // one object a rectangle that its hull paints exactly.
 TEST_F(VornMeasures, PaintKeepsTheInputsLabelsAndSampleType)
 {
-    const RawPage page = vorntest::MakePage(16, 6, 4, [](int x, int y) { return x < 2 ? 300 : x > 3 && y > 0 ? 5 : 0; },
-                                            SAMPLEFORMAT_INT);
+    const RawPage page = vorntest::MakePage(6, 4, 16, [](int x, int y) { return x < 2 ? 300 : x > 3 && y > 0 ? 5 : 0; },
+                                            1, SAMPLEFORMAT_INT);
     Run({page}, "--paint " + Path("out.tif"));
     const std::vector<RawPage> painted = vorntest::ReadRawTiff(Path("out.tif"));
     ASSERT_EQ(painted.size(), 1u);

@@ -21,17 +21,11 @@ namespace vorntest
 class VornFilesTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/vorn-test-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-    }
+    void SetUp() override { ASSERT_NE(mkdtemp(m_dir.data()), nullptr); }
     void TearDown() override { std::filesystem::remove_all(m_dir); }
-
     std::string Path(const std::string& name) const { return m_dir + "/" + name; }
 
-    std::string m_dir;
+    std::string m_dir = "/tmp/vorn-test-XXXXXX";
 };
 
 // What a run of the built tool gave.

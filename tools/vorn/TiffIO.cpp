@@ -176,6 +176,17 @@ std::string PageName(const std::string& path, std::uint64_t page)
                                       (detail.empty() ? "" : " (" + detail + ")")));
 }
 
+// "16-bit signed", "32-bit floating-point" and the like.
+std::string PixelTypeName(const Page& page)
+{
+    const std::uint16_t format = page.format;
+    return std::to_string(page.bits) + "-bit " +
+           (format == SAMPLEFORMAT_IEEEFP ? "floating-point"
+            : format == SAMPLEFORMAT_INT  ? "signed"
+            : format == SAMPLEFORMAT_UINT ? "unsigned"
+                                          : "complex or untyped");
+}
+
 // Reads the size and pixel type of the current page and refuses what is no
 // label image.
 void ReadGeometry(TIFF* tif, const std::string& where, Page& page)
@@ -195,12 +206,7 @@ void ReadGeometry(TIFF* tif, const std::string& where, Page& page)
                        : page.format == SAMPLEFORMAT_INT  ? integer
                        : page.format == SAMPLEFORMAT_IEEEFP && (b == 32 || b == 64);
     if (!known)
-        throw CToolError(where + "has " + std::to_string(b) + "-bit " +
-                         (page.format == SAMPLEFORMAT_IEEEFP ? "floating-point"
-                          : page.format == SAMPLEFORMAT_INT  ? "signed"
-                          : page.format == SAMPLEFORMAT_UINT ? "unsigned"
-                                                             : "complex or untyped") +
-                         " pixels" + wanted);
+        throw CToolError(where + "has " + PixelTypeName(page) + " pixels" + wanted);
     if (page.width == 0 || page.height == 0)
         throw CToolError(where + "has no pixels");
     if (page.width > INT32_MAX || page.height > INT32_MAX)
@@ -478,10 +484,8 @@ RawImage ReadTiff(CInputFile file, const StackChoice& choice, const ImageMemoryL
                              ", page 1 is " + std::to_string(first.width) + "x" + std::to_string(first.height) +
                              "; all pages of a stack must have one size");
         if (page.bits != first.bits || page.format != first.format)
-            throw CToolError(next + "has " + std::to_string(page.bits) + "-bit pixels of format " +
-                             std::to_string(page.format) + ", page 1 has " + std::to_string(first.bits) +
-                             "-bit pixels of format " + std::to_string(first.format) +
-                             "; all pages of a stack must have one pixel type");
+            throw CToolError(next + "has " + PixelTypeName(page) + " pixels, page 1 has " + PixelTypeName(first) +
+                             " pixels; all pages of a stack must have one pixel type");
         workBytes = std::max(workBytes, page.workBytes + (page.bits == 1 ? page.bytes : 0));
         ratio = std::max(ratio, page.ratio);
         chosen += IsChosen(layout, pages, channel, frame);
