@@ -227,6 +227,8 @@ LabelImage IndexLabels(RawImage raw, CProgress& progress)
             T previous{};
             for (std::uint64_t i = 0; i < pixels; ++i)
             {
+                if ((i & (PROGRESS_STEP - 1)) == 0)
+                    pass.Advance(std::int64_t(i));
                 const T value = LoadPixel<T>(data + i * sizeof(T));
                 if (value == previous)
                     continue;
@@ -241,8 +243,6 @@ LabelImage IndexLabels(RawImage raw, CProgress& progress)
                 }
                 if (label != 0)
                     table.Insert(std::uint64_t(label));
-                if ((i & (PROGRESS_STEP - 1)) == 0)
-                    pass.Advance(std::int64_t(i));
             }
         }
         CheckObjectCount(table.Count());
