@@ -4,15 +4,12 @@
 #include "ObjectHull.h"
 #include "PixelAccess.h"
 #include "Progress.h"
-#include "ToolError.h"
 
 #include "Numeric/Moment.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iostream>
 #include <limits>
-#include <stdexcept>
 #include <streambuf>
 
 namespace vorn
