@@ -50,10 +50,11 @@ inline RawPage MakePage(std::uint32_t width, std::uint32_t height, int bits, con
 }
 
 // The bits of a float or double, for MakePage.
-inline std::uint64_t FloatBits(float value)
+template <class Float>
+std::uint64_t FloatBits(Float value)
 {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, 4);
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof value);
     return bits;
 }
 
