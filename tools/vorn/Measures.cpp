@@ -23,8 +23,9 @@ std::array<double, 3> Normalised(std::array<double, 3> v)
         c /= first < 0 ? -length : length;
     return v;
 }
-} // namespace
 
+// The eigenvalues of the symmetric matrix (xx, xy, xz, yy, yz, zz), largest
+// first.
 std::array<double, 3> SymmetricEigenvalues(const std::array<double, 6>& m)
 {
     const double xx = m[0], xy = m[1], xz = m[2], yy = m[3], yz = m[4], zz = m[5];
@@ -46,6 +47,7 @@ std::array<double, 3> SymmetricEigenvalues(const std::array<double, 6>& m)
     return values;
 }
 
+// A unit eigenvector of the symmetric matrix for one of its eigenvalues.
 std::array<double, 3> EigenvectorOf(const std::array<double, 6>& m, double eigenvalue)
 {
     const std::array<double, 3> rows[3] = {{m[0] - eigenvalue, m[1], m[2]},
@@ -66,6 +68,7 @@ std::array<double, 3> EigenvectorOf(const std::array<double, 6>& m, double eigen
     }
     return Normalised(best);
 }
+} // namespace
 
 ObjectMeasures Measure(const AnalysisReport& report, std::size_t i, const Calibration& calibration)
 {

@@ -33,9 +33,4 @@ struct ObjectMeasures
 };
 
 ObjectMeasures Measure(const AnalysisReport& report, std::size_t i, const Calibration& calibration);
-
-// The eigenvalues of the symmetric matrix (xx, xy, xz, yy, yz, zz), largest
-// first, and a unit eigenvector of the largest.
-std::array<double, 3> SymmetricEigenvalues(const std::array<double, 6>& m);
-std::array<double, 3> EigenvectorOf(const std::array<double, 6>& m, double eigenvalue);
 } // namespace vorn

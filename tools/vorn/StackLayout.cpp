@@ -12,6 +12,16 @@ namespace vorn
 {
 namespace
 {
+// The unit as people write it: "micron", "um" and ImageJ's escaped
+// "\u00B5m" become "µm".
+std::string NormalUnit(const std::string& unit)
+{
+    if (unit == "micron" || unit == "microns" || unit == "um" || unit == "\\u00B5m" || unit == "\xB5m" ||
+        unit == "\xCE\xBCm")
+        return "µm";
+    return unit;
+}
+
 // The value of `key=` on a line of ImageJ's description, or empty.
 std::string ImageJValue(const std::string& text, const std::string& key)
 {
@@ -162,13 +172,6 @@ StackLayout OmeLayout(const std::string& text, const std::string& where)
 }
 } // namespace
 
-std::string NormalUnit(const std::string& unit)
-{
-    if (unit == "micron" || unit == "microns" || unit == "um" || unit == "\\u00B5m" || unit == "\xB5m" ||
-        unit == "\xCE\xBCm")
-        return "µm";
-    return unit;
-}
 
 std::int64_t StackLayout::PageOf(std::int64_t c, std::int64_t z, std::int64_t t) const
 {

@@ -36,8 +36,4 @@ struct StackLayout
 // no sense (no channels, an order without C, Z and T) is a CToolError whose
 // line starts with `where`.
 StackLayout ParseDescription(const std::string& description, const std::string& where);
-
-// The unit as people write it: "micron", "um" and ImageJ's escaped
-// "\u00B5m" become "µm".
-std::string NormalUnit(const std::string& unit);
 } // namespace vorn
