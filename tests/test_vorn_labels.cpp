@@ -130,6 +130,7 @@ TEST_F(VornLabels, RefusesBadLabelsAndLayoutsInOneLine)
         {"count", {Dot(0, 1, "ImageJ=1.53t\nchannels=2.5\n")}, "", "its description declares channels='2.5', which is no count of pages", 1},
         {"layout", {Dot(0, 1, "ImageJ=1.53t\nchannels=100000\nslices=100000\n")}, "",
          "its description declares 100000 x 100000 x 1 images, more than a TIFF file holds", 1},
+        {"unit", {Dot(0, 1, "ImageJ=1.53t\nunit=\x1b[2J\n")}, "", "its description declares the unit '\\x1b[2J', which is no name of a unit", 1},
         {"spacing", {Dot(0, 1, "ImageJ=1.53t\nunit=um\nspacing=-1\n")}, "",
          "its description declares spacing='-1', which is no positive number", 1},
         {"stack", {Dot(0, 1), Dot(0, 1)}, "--spacing 1,2", " is a 3-D stack; --spacing needs X,Y,Z", 2},
@@ -154,7 +155,7 @@ TEST_F(VornLabels, RefusesBadLabelsAndLayoutsInOneLine)
         {"--connectivity 4", "--connectivity '4': expected a whole number from 1 to 3"},
         {"--json --csv", "--json and --csv exclude each other"},
         {"--no-hull --paint x.tif", "--no-hull and --paint exclude each other (there are no hulls to paint)"},
-        {"--unit=", "--unit needs a name"},
+        {"--unit=a,b", "--unit 'a,b': expected 1 to 32 characters without commas, quotes or brackets"},
     };
     for (const auto& [options, message] : usage)
         EXPECT_EQ(vorntest::RunVorn(m_dir, "analyze " + options).err, "vorn: analyze: " + message + "\n");

@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "MemoryBudget.h"
 #include "Quote.h"
+#include "StackLayout.h"
 #include "ToolError.h"
 
 #include <charconv>
@@ -97,8 +98,10 @@ const std::vector<StCommand>& Commands()
            [](CommandLine& line, const std::string& value) { line.analyze.spacing = ParseSpacing(value); }},
           {"--unit", "NAME", false, "the name of the unit of --spacing (default: the file's)",
            [](CommandLine& line, const std::string& value) {
-               if (value.empty())
-                   throw CToolError("analyze: --unit needs a name", CToolError::USAGE);
+               if (!IsUnitName(value))
+                   throw CToolError("analyze: --unit " + Quoted(value) +
+                                        ": expected 1 to 32 characters without commas, quotes or brackets",
+                                    CToolError::USAGE);
                line.analyze.unit = value;
            }},
           {"--channel", "C", false, "the channel of a hyperstack to analyse (from 1)",

@@ -3,9 +3,11 @@
 #include "Quote.h"
 #include "ToolError.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 
 namespace vorn
@@ -95,6 +97,13 @@ double MetresPer(const std::string& unit)
     return found == units.end() ? 0.0 : found->second;
 }
 
+std::string CheckedUnit(const std::string& unit, const std::string& where)
+{
+    if (!IsUnitName(unit))
+        throw CToolError(where + "declares the unit " + Quoted(unit) + ", which is no name of a unit");
+    return unit;
+}
+
 StackLayout ImageJLayout(const std::string& text, const std::string& where)
 {
     StackLayout layout;
@@ -118,7 +127,7 @@ StackLayout ImageJLayout(const std::string& text, const std::string& where)
     {
         layout.calibrated = true;
         layout.calibration.origin = "ImageJ";
-        layout.calibration.unit = unit.empty() ? "pixel" : NormalUnit(unit);
+        layout.calibration.unit = unit.empty() ? "pixel" : CheckedUnit(NormalUnit(unit), where);
         if (!spacing.empty())
             layout.calibration.spacing[2] = ParsePositive(spacing, "spacing", where);
     }
@@ -147,7 +156,7 @@ StackLayout OmeLayout(const std::string& text, const std::string& where)
     for (int axis = 0; axis < 3; ++axis)
     {
         const std::string name = std::string("PhysicalSize") + "XYZ"[axis];
-        units[axis] = pixels[name + "Unit"].empty() ? "µm" : NormalUnit(pixels[name + "Unit"]);
+        units[axis] = pixels[name + "Unit"].empty() ? "µm" : CheckedUnit(NormalUnit(pixels[name + "Unit"]), where);
         if (pixels[name].empty())
             continue;
         layout.calibrated = true;
@@ -172,6 +181,12 @@ StackLayout OmeLayout(const std::string& text, const std::string& where)
 }
 } // namespace
 
+
+bool IsUnitName(const std::string& unit)
+{
+    const auto plain = [](char c) { return static_cast<unsigned char>(c) >= 0x20 && c != 0x7f && !std::strchr(",\"[]", c); };
+    return !unit.empty() && unit.size() <= 32 && std::all_of(unit.begin(), unit.end(), plain);
+}
 
 std::int64_t StackLayout::PageOf(std::int64_t c, std::int64_t z, std::int64_t t) const
 {

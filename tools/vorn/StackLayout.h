@@ -29,6 +29,10 @@ struct StackLayout
     std::int64_t PageOf(std::int64_t c, std::int64_t z, std::int64_t t) const;
 };
 
+// True for a unit name the reports can print as it is: 1 to 32 bytes, none a
+// control character, a comma, a quote or a bracket (which CSV headers use).
+bool IsUnitName(const std::string& unit);
+
 // The layout an ImageDescription declares: ImageJ's "ImageJ=" lines (images=,
 // channels=, slices=, frames=, spacing=, unit=) or the first Pixels element
 // of OME-XML (DimensionOrder, SizeZ, SizeC, SizeT, PhysicalSize[XYZ] and
