@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <tuple>
 
 using vorntest::MakePage;
@@ -140,6 +141,12 @@ TEST_F(VornLabels, RefusesBadLabelsAndLayoutsInOneLine)
          "1048576 objects need 384.0 MiB beside the image, more than the memory limit of 200.0 MiB (--max-memory) "
          "leaves for them", 1},
     };
+    // 4096 x 4096 zeros (16 MiB) fit the 76.9 MiB that 200 MiB leave for the
+    // image, but not with 64 MiB of component labels beside them.
+    std::ofstream(Path("mask"), std::ios::binary) << vorntest::HandMadeTiff({vorntest::ZERO_RUNS_PAGE}, vorntest::ZeroRuns());
+    EXPECT_EQ(vorntest::RunVorn(m_dir, "analyze --connectivity 1 --max-memory 200M " + Path("mask")).err,
+              "vorn: '" + Path("mask") + "': --connectivity needs 64.0 MiB beside the image (4 bytes a pixel), more than the "
+                                          "memory limit of 200.0 MiB (--max-memory) leaves for it\n");
     for (const auto& [name, pages, options, message, code] : cases)
     {
         ASSERT_TRUE(vorntest::WriteRawTiff(Path(name), pages));

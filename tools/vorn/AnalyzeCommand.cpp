@@ -97,6 +97,15 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     const EnSampleKind paintKind = options.connectivity ? EnSampleKind::UNSIGNED : raw.kind;
     const int paintBytes = raw.bytes;
 
+    const ImageMemoryLimit limit = ImageLimitOf(budget, options.maxMemory != 0);
+    if (options.connectivity)
+    {
+        const std::uint64_t work = raw.PixelCount() * 4, held = raw.PixelCount() * std::uint64_t(raw.bytes);
+        if (held + work > limit.bytes)
+            throw CToolError(quoted + ": --connectivity needs " + ShowBytes(work) +
+                             " beside the image (4 bytes a pixel), more than " + limit.origin + " leaves for it");
+    }
+
     LabelImage labels;
     AnalysisReport report;
     try
@@ -106,7 +115,6 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
         // The objects' records come beside the image, whose bytes the reader
         // has already held to the limit.
         const std::uint64_t objectBytes = labels.objects * AnalysisBytesPerObject();
-        const ImageMemoryLimit limit = ImageLimitOf(budget, options.maxMemory != 0);
         if (objectBytes > budget - std::min(budget, limit.bytes))
             throw CToolError(std::to_string(labels.objects) + " objects need " + ShowBytes(objectBytes) +
                              " beside the image, more than " + limit.origin + " leaves for them");
