@@ -2,9 +2,9 @@
 
 #include "Numeric/hull/HullAccess.h"
 #include "Numeric/hull/HullTraits.h"
+#include "Numeric/hull/Lookup.h"
 #include "Numeric/hull/Print.h"
 
-#include <unordered_set>
 
 namespace TOLX
 {
@@ -304,12 +304,16 @@ void CHullEngine::deleteVisibleFacets(const CHullLists& lists, bool sole)
 // allocations before need not wait for the allocator to absorb them.
 void CHullEngine::finish(std::list<CFacet*>& facets)
 {
-    const std::unordered_set<const CFacet*> current(facets.begin(), facets.end());
+    // By address only: a slot may name an object that is no facet any more.
+    CChainTable current;
+    current.clear(facets.size());
+    for (const CFacet* f : facets)
+        current.insert(AddressKey(f), 0);
     for (CFacet* f : facets)
         for (std::size_t i = 0; i < CHullAccess::Neighbours(*f).size(); ++i)
         {
             CFacet*& g = CHullAccess::Neighbours(*f)[i];
-            if (g != nullptr && (current.count(g) == 0 || !CHullTraits::SharesRidge(*g, *f, i)))
+            if (g != nullptr && (!current.contains(AddressKey(g)) || !CHullTraits::SharesRidge(*g, *f, i)))
                 g = nullptr;
         }
     m_distribution.releaseDropped();

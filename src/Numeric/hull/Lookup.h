@@ -25,6 +25,12 @@ inline std::uint64_t MixHash(std::uint64_t x)
     return x ^ (x >> 31);
 }
 
+// An object's address as a table key.
+inline std::uint64_t AddressKey(const void* p)
+{
+    return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(p));
+}
+
 // The bits of a coordinate with -0 folded onto +0, so that values equal under
 // == have equal bits (callers keep NaN away).
 inline std::uint64_t CoordinateBits(double value)
@@ -68,6 +74,13 @@ public:
         for (std::size_t e = m_heads[bucket(key)]; e != kNone; e = m_entries[e].next)
             if (m_entries[e].key == key && !visit(m_entries[e].value))
                 return;
+    }
+
+    bool contains(std::uint64_t key) const
+    {
+        bool found = false;
+        forEach(key, [&](std::size_t) { return !(found = true); });
+        return found;
     }
 
 private:
