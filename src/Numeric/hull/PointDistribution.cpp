@@ -4,7 +4,6 @@
 #include "Numeric/hull/HullTraits.h"
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -12,6 +11,48 @@ namespace TOLX
 {
 namespace Impl
 {
+namespace
+{
+using CNode = CPointDistribution::CNode;
+
+std::uintptr_t AddressOf(CNode node)
+{
+    return reinterpret_cast<std::uintptr_t>(&*node);
+}
+
+// A radix sort on the nodes' distance from the lowest address, in units of
+// the allocator's 16-byte alignment, 11 bits a pass: a million nodes within
+// some hundred megabytes take three passes, several times faster than a
+// comparison sort.
+void SortByAddress(std::vector<CNode>& nodes)
+{
+    if (nodes.empty())
+        return;
+    std::uintptr_t low = AddressOf(nodes.front());
+    std::uintptr_t high = low;
+    for (CNode node : nodes)
+    {
+        low = std::min(low, AddressOf(node));
+        high = std::max(high, AddressOf(node));
+    }
+    constexpr unsigned kBits = 11;
+    constexpr std::size_t kBuckets = std::size_t(1) << kBits;
+    std::vector<CNode> scratch(nodes.size());
+    for (unsigned shift = 4; shift < 64 && ((high - low) >> shift) != 0; shift += kBits)
+    {
+        std::size_t start[kBuckets + 1] = {};
+        const auto digit = [&](CNode node) { return ((AddressOf(node) - low) >> shift) & (kBuckets - 1); };
+        for (CNode node : nodes)
+            ++start[digit(node) + 1];
+        for (std::size_t b = 0; b < kBuckets; ++b)
+            start[b + 1] += start[b];
+        for (CNode node : nodes)
+            scratch[start[digit(node)]++] = node;
+        nodes.swap(scratch);
+    }
+}
+} // namespace
+
 void CPointDistribution::distribute(CPoints& points, const std::list<CFacet*>& L, const std::list<CFacet*>* visible,
                                     CFacetBook& book)
 {
@@ -86,8 +127,7 @@ void CPointDistribution::releaseDropped()
         m_dropped.clear();
         return;
     }
-    std::sort(m_droppedNodes.begin(), m_droppedNodes.end(),
-              [](CNode a, CNode b) { return std::less<const void*>()(&*a, &*b); });
+    SortByAddress(m_droppedNodes);
     constexpr std::size_t kAhead = 16;
     const std::size_t n = m_droppedNodes.size();
     for (std::size_t i = 0; i < n; ++i)
@@ -223,29 +263,23 @@ void CPointDistribution::distributeInOrder(CPoints& points)
     }
 }
 
-// Walks `points`; false, with every move undone, at a point whose shape the
-// row product does not fit.
+// Walks `points`; false, moving nothing, when some point's shape does not
+// fit the row product. The shapes are checked first, so that no move has to
+// be recorded for undoing: a record per point would double the memory of a
+// large first distribution.
 bool CPointDistribution::distributeWalking(CPoints& points)
 {
     const std::size_t d = m_targets.front().facet->getA().Cols();
-    m_moves.clear();
+    for (const CMatrix<double>& q : points)
+        if (!ValueFitsRowProduct(d, q))
+            return false;
     for (auto it = points.begin(); it != points.end();)
     {
-        if (!ValueFitsRowProduct(d, *it))
-        {
-            for (const CMove& m : m_moves)
-                points.splice(it, m.target < m_targetCount ? CHullAccess::OutsideSet(*m_targets[m.target].facet) : points,
-                              m.node);
-            for (std::size_t j = 0; j < m_targetCount; ++j)
-                m_targets[j].nodes.clear();
-            return false;
-        }
         const auto next = std::next(it);
         if (next != points.end())
             Prefetch(next->Data());
         double height = 0.0;
         const std::size_t j = targetOf(*it, height);
-        m_moves.push_back({it, j});
         if (j < m_targetCount)
             moveTo(points, it, m_targets[j], height);
         it = next;

@@ -68,14 +68,6 @@ private:
         std::vector<CNode> nodes; // in the order of arrival
     };
 
-    // Where a point went while walking the list (target == m_targetCount:
-    // nowhere), to undo the moves.
-    struct CMove
-    {
-        CNode node;
-        std::size_t target;
-    };
-
     // An outside set the current horizon search moved to `points`: the
     // facet's nodes start at `first` there.
     struct CLent
@@ -96,7 +88,6 @@ private:
 
     std::vector<CTarget> m_targets;
     std::size_t m_targetCount = 0;
-    std::vector<CMove> m_moves;
     std::uint64_t m_stamp = 0;
 
     // The nodes of the outside sets the horizon search moved to `points`,
