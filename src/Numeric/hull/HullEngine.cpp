@@ -305,15 +305,14 @@ void CHullEngine::deleteVisibleFacets(const CHullLists& lists, bool sole)
 void CHullEngine::finish(std::list<CFacet*>& facets)
 {
     // By address only: a slot may name an object that is no facet any more.
-    CChainTable current;
-    current.clear(facets.size());
+    CAddressSet current(facets.size());
     for (const CFacet* f : facets)
-        current.insert(AddressKey(f), 0);
+        current.insert(f);
     for (CFacet* f : facets)
         for (std::size_t i = 0; i < CHullAccess::Neighbours(*f).size(); ++i)
         {
             CFacet*& g = CHullAccess::Neighbours(*f)[i];
-            if (g != nullptr && (!current.contains(AddressKey(g)) || !CHullTraits::SharesRidge(*g, *f, i)))
+            if (g != nullptr && (!current.contains(g) || !CHullTraits::SharesRidge(*g, *f, i)))
                 g = nullptr;
         }
     m_distribution.releaseDropped();
