@@ -75,12 +75,18 @@ void CPointDistribution::distribute(CPoints& points, const std::list<CFacet*>& L
             m_stagedDrops.push_back(it);
     m_dropped.splice(m_dropped.end(), points);
     m_droppedNodes.insert(m_droppedNodes.end(), m_stagedDrops.begin(), m_stagedDrops.end());
-    // The arrays keep their storage for the next distributions.
+    // The arrays keep their storage for the next distributions, as many as
+    // one distribution has ever had targets, and only the modest ones: the
+    // arrays of an early distribution over few facets can hold most of the
+    // points, and kept as spares for the small sets of later facets they
+    // would hold memory the size of the input for nothing. Growing such an
+    // array again costs an allocation per thousands of points.
     for (std::vector<CNode>& nodes : m_horizonNodes)
-    {
-        nodes.clear();
-        m_spareNodes.push_back(std::move(nodes));
-    }
+        if (m_spareNodes.size() < m_targets.size() && nodes.capacity() <= kSpareCapacity)
+        {
+            nodes.clear();
+            m_spareNodes.push_back(std::move(nodes));
+        }
     m_horizonNodes.clear();
     m_horizonNodesKnown = false;
 }

@@ -98,6 +98,7 @@ private:
     std::vector<CLent> m_lent;
     std::vector<CNode> m_order;
     std::vector<std::vector<CNode>> m_spareNodes;
+    static constexpr std::size_t kSpareCapacity = 4096;
 
     CPoints m_dropped;
     std::vector<CNode> m_droppedNodes;
