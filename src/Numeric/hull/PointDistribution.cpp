@@ -232,20 +232,58 @@ void CPointDistribution::learnOutside(CTarget& t, CFacetBook& book)
     book.trustOutside(t.facet, record);
 }
 
-// `points` front to back from the arrays of the horizon search. The points
-// came from distributions to the visible facets, so they fit the row product
-// of facets of the same dimension.
-bool CPointDistribution::horizonOrder(const CPoints& points, const std::list<CFacet*>& visible)
+// `points` front to back from the arrays of the horizon search: the last
+// visited facet's points came to the front last, and each array lists its
+// nodes in the order they were added to an outside set, the set running the
+// other way. The arrays are read where they are, not copied into one.
+class CPointDistribution::CHorizonCursor
+{
+public:
+    explicit CHorizonCursor(const std::vector<std::vector<CNode>>& arrays) : m_arrays(arrays), m_array(arrays.size())
+    {
+        settle();
+    }
+
+    bool done() const { return m_left == 0; }
+    CNode node() const { return m_arrays[m_array][m_left - 1]; }
+    void advance()
+    {
+        --m_left;
+        settle();
+    }
+    void advance(std::size_t steps)
+    {
+        for (std::size_t k = 0; k < steps && !done(); ++k)
+            advance();
+    }
+
+private:
+    void settle()
+    {
+        while (m_left == 0 && m_array != 0)
+            m_left = m_arrays[--m_array].size();
+    }
+
+    const std::vector<std::vector<CNode>>& m_arrays;
+    std::size_t m_array;
+    std::size_t m_left = 0; // nodes of m_arrays[m_array] still to come
+};
+
+// Whether the arrays of the horizon search list `points`. The points came
+// from distributions to the visible facets, so they fit the row product of
+// facets of the same dimension.
+bool CPointDistribution::horizonOrder(const CPoints& points, const std::list<CFacet*>& visible) const
 {
     if (!m_horizonNodesKnown)
         return false;
     for (const CFacet* v : visible)
         if (v->getA().Cols() != m_targets.front().facet->getA().Cols())
             return false;
-    m_order.clear();
-    for (auto nodes = m_horizonNodes.rbegin(); nodes != m_horizonNodes.rend(); ++nodes)
-        m_order.insert(m_order.end(), nodes->rbegin(), nodes->rend());
-    return m_order.size() == points.size() && (m_order.empty() || m_order.front() == points.begin());
+    std::size_t count = 0;
+    for (const std::vector<CNode>& nodes : m_horizonNodes)
+        count += nodes.size();
+    const CHorizonCursor first(m_horizonNodes);
+    return count == points.size() && (count == 0 || first.node() == points.begin());
 }
 
 // Every point here came from an earlier distribution, so its shape fits the
@@ -253,19 +291,30 @@ bool CPointDistribution::horizonOrder(const CPoints& points, const std::list<CFa
 void CPointDistribution::distributeInOrder(CPoints& points)
 {
     constexpr std::size_t kAhead = 16;
-    const std::size_t n = m_order.size();
-    for (std::size_t i = 0; i < n; ++i)
+    CHorizonCursor cursor(m_horizonNodes);
+    CHorizonCursor ahead = cursor;
+    CHorizonCursor near = cursor;
+    ahead.advance(kAhead);
+    near.advance(kAhead / 2);
+    for (; !cursor.done(); cursor.advance())
     {
-        if (i + kAhead < n)
-            Prefetch(&*m_order[i + kAhead]);
-        if (i + kAhead / 2 < n)
-            Prefetch(m_order[i + kAhead / 2]->Data());
+        if (!ahead.done())
+        {
+            Prefetch(&*ahead.node());
+            ahead.advance();
+        }
+        if (!near.done())
+        {
+            Prefetch(near.node()->Data());
+            near.advance();
+        }
+        const CNode node = cursor.node();
         double height = 0.0;
-        const std::size_t j = targetOf(*m_order[i], height);
+        const std::size_t j = targetOf(*node, height);
         if (j < m_targetCount)
-            moveTo(points, m_order[i], m_targets[j], height);
+            moveTo(points, node, m_targets[j], height);
         else
-            m_stagedDrops.push_back(m_order[i]);
+            m_stagedDrops.push_back(node);
     }
 }
 
