@@ -44,15 +44,23 @@ bool CFace::hasVertex(const CMatrix<double>& p) const
     return p.Cols() == 1 && hasVertexValues(rows == 0 ? nullptr : p.Data(), rows, 1);
 }
 
+// The first coordinates of the vertices lie side by side in row 0: they are
+// scanned first, and only a column whose first coordinate matches is
+// compared further, since vertices rarely share one.
 bool CFace::hasVertexValues(const double* column, std::size_t rows, std::size_t stride) const
 {
     const std::size_t cols = Impl::ColsOfValue(vertices);
     if (rows != Impl::RowsOfValue(vertices))
         return false;
+    if (rows == 0)
+        return cols != 0;
     const double* v = vertices.Data();
+    const double first = column[0];
     for (std::size_t c = 0; c < cols; ++c)
     {
-        std::size_t i = 0;
+        if (!(v[c] == first))
+            continue;
+        std::size_t i = 1;
         while (i < rows && v[i * cols + c] == column[i * stride])
             ++i;
         if (i == rows)

@@ -4,14 +4,26 @@
 #include "Numeric/MatrixSites.h"
 #include "Numeric/TypeName.h"
 
+#include <algorithm>
+
 namespace TOLX
 {
 namespace Sites = Impl::MatrixSites;
 
 template <class T>
 CMatrix<T>::CMatrix(std::size_t rows, std::size_t cols)
-    : m_rows(rows), m_cols(cols), m_elements(Impl::CheckedArea<T>(rows, cols), T(0))
 {
+    Reshape(rows, cols);
+}
+
+template <class T>
+CMatrix<T>::CMatrix(const CMatrix& other) : IMatrix<T>(other)
+{
+    const std::size_t count = other.m_rows * other.m_cols;
+    reserve(count, 0);
+    std::copy(other.m_data, other.m_data + count, m_data);
+    m_rows = other.m_rows;
+    m_cols = other.m_cols;
 }
 
 template <class T>
@@ -19,7 +31,9 @@ CMatrix<T>& CMatrix<T>::operator=(const CMatrix& other)
 {
     if (this != &other)
     {
-        m_elements = other.m_elements;
+        const std::size_t count = other.m_rows * other.m_cols;
+        reserve(count, 0);
+        std::copy(other.m_data, other.m_data + count, m_data);
         m_rows = other.m_rows;
         m_cols = other.m_cols;
     }
@@ -27,7 +41,29 @@ CMatrix<T>& CMatrix<T>::operator=(const CMatrix& other)
 }
 
 template <class T>
-CMatrix<T>::~CMatrix() = default;
+CMatrix<T>::~CMatrix()
+{
+    if (onHeap())
+        delete[] m_data;
+}
+
+// A heap block grows at least twice, as a std::vector would, so that a
+// matrix extended row by row is copied only now and then.
+template <class T>
+void CMatrix<T>::reserve(std::size_t count, std::size_t keep)
+{
+    const bool heap = onHeap();
+    const std::size_t capacity = heap ? m_capacity : kInline;
+    if (count <= capacity)
+        return;
+    const std::size_t grown = heap ? std::max(count, 2 * capacity) : count;
+    T* block = new T[grown];
+    std::copy(m_data, m_data + keep, block);
+    if (heap)
+        delete[] m_data;
+    m_data = block;
+    m_capacity = grown;
+}
 
 template <class T>
 std::size_t CMatrix<T>::Index(std::size_t row, std::size_t col, const Impl::StThrowSite& site) const
@@ -40,19 +76,22 @@ std::size_t CMatrix<T>::Index(std::size_t row, std::size_t col, const Impl::StTh
 template <class T>
 T CMatrix<T>::operator()(std::size_t row, std::size_t col) const
 {
-    return m_elements[Index(row, col, Sites::kMatrixRead)];
+    return m_data[Index(row, col, Sites::kMatrixRead)];
 }
 
 template <class T>
 T& CMatrix<T>::operator()(std::size_t row, std::size_t col)
 {
-    return m_elements[Index(row, col, Sites::kMatrixWrite)];
+    return m_data[Index(row, col, Sites::kMatrixWrite)];
 }
 
 template <class T>
 void CMatrix<T>::Reshape(std::size_t rows, std::size_t cols)
 {
-    m_elements.resize(Impl::CheckedArea<T>(rows, cols), T(0));
+    const std::size_t count = Impl::CheckedArea<T>(rows, cols);
+    const std::size_t kept = std::min(count, m_rows * m_cols);
+    reserve(count, kept);
+    std::fill(m_data + kept, m_data + count, T(0));
     m_rows = rows;
     m_cols = cols;
 }
@@ -64,7 +103,7 @@ CMatrix<T> CMatrix<T>::GetCol(std::size_t col) const
         TOLX_THROW_TEMPLATE_SITE(Impl::TypeName<T>::value, Sites::kMatrixGetCol, col, m_cols);
     CMatrix result(m_rows, 1);
     for (std::size_t i = 0; i < m_rows; ++i)
-        result.m_elements[i] = m_elements[i * m_cols + col];
+        result.m_data[i] = m_data[i * m_cols + col];
     return result;
 }
 

@@ -97,13 +97,16 @@ private:
 // compared by a scan over all rows.
 void CollectEquations(const std::list<CFacet*>& facets, std::list<CMatrix<double>>& A, std::list<double>& b)
 {
-    const std::vector<const CFacet*> all(facets.begin(), facets.end());
-    const std::size_t d = all.empty() ? 0 : all.front()->getA().Cols();
+    // One walk over the list both collects the facets and checks their
+    // rows: the load of a facet then overlaps that of the next list node.
+    const std::size_t d = facets.empty() ? 0 : facets.front()->getA().Cols();
     bool rowsFit = d != 0;
-    for (std::size_t i = 0; i < all.size(); ++i)
+    std::vector<const CFacet*> all;
+    all.reserve(facets.size());
+    for (const CFacet* f : facets)
     {
-        PrefetchFacetAhead(all, i, false);
-        const CMatrix<double>& a = all[i]->getA();
+        all.push_back(f);
+        const CMatrix<double>& a = f->getA();
         rowsFit = rowsFit && RowsOfValue(a) == 1 && ColsOfValue(a) == d;
     }
     for (const CMatrix<double>& r : A)

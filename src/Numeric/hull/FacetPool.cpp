@@ -16,11 +16,6 @@ void MakeRoom(std::vector<T>& slots)
     if (slots.size() == slots.capacity())
         slots.reserve(2 * slots.size() + 16);
 }
-
-std::uint64_t AddressKey(const void* p)
-{
-    return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(p));
-}
 } // namespace
 
 CFacetPool::~CFacetPool()

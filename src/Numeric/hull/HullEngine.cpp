@@ -2,14 +2,72 @@
 
 #include "Numeric/hull/HullAccess.h"
 #include "Numeric/hull/HullTraits.h"
+#include "Numeric/hull/Lookup.h"
 #include "Numeric/hull/Print.h"
 
-#include <unordered_set>
 
 namespace TOLX
 {
 namespace Impl
 {
+namespace
+{
+constexpr std::size_t kMaxPairDimension = 8;
+
+// What f->addNeighbour(g) does once it knows which of f's vertices g shares.
+void SettleNeighbour(CFacet* f, CFacet* g, const bool* shared, std::size_t d)
+{
+    std::size_t count = 0;
+    std::size_t missing = 0;
+    for (std::size_t i = 0; i < d; ++i)
+        if (shared[i])
+            ++count;
+        else
+            missing = i;
+    if (count + 1 < d)
+        f->addNeighbour(g); // prints both faces and raises its message
+    else if (count < d)
+        CHullAccess::Neighbours(*f)[missing] = g;
+}
+
+// a->addNeighbour(b), then b->addNeighbour(a). Column i of a equals column j
+// of b is one test for both calls, so the two vertex sets are compared once,
+// first coordinates first. Facets of other shapes make the two calls.
+void LinkBothWays(CFacet* a, CFacet* b)
+{
+    const std::size_t d = a->getDimSpace();
+    const CMatrix<double>& Va = a->getVertices();
+    const CMatrix<double>& Vb = b->getVertices();
+    const auto square = [d](const CFacet* f, const CMatrix<double>& V) {
+        return f->getDimSpace() == d && RowsOfValue(V) == d && ColsOfValue(V) == d &&
+               CHullAccess::Neighbours(*f).size() == d;
+    };
+    if (d < 2 || d > kMaxPairDimension || !square(a, Va) || !square(b, Vb))
+    {
+        a->addNeighbour(b);
+        b->addNeighbour(a);
+        return;
+    }
+    bool aInB[kMaxPairDimension] = {};
+    bool bInA[kMaxPairDimension] = {};
+    const double* va = Va.Data();
+    const double* vb = Vb.Data();
+    for (std::size_t i = 0; i < d; ++i)
+        for (std::size_t j = 0; j < d; ++j)
+        {
+            if (!(va[i] == vb[j]))
+                continue;
+            std::size_t k = 1;
+            while (k < d && va[k * d + i] == vb[k * d + j])
+                ++k;
+            if (k == d)
+                aInB[i] = bInA[j] = true;
+        }
+    SettleNeighbour(a, b, aInB, d);
+    SettleNeighbour(b, a, bInA, d);
+}
+} // namespace
+
 void CHullEngine::keepListed(const CHullLists& lists)
 {
     for (const std::list<CFacet*>* L : {&lists.facets, &lists.visibleFacets, &lists.newFacets})
@@ -214,9 +272,7 @@ void CHullEngine::buildAlongHorizon(const CHullLists& lists, CFacetConnector* st
         if (CHullTraits::IsAbove(nf, CHullAccess::ReferencePoint(*c)))
             nf->flipDirection();
         c->setConstructedFacet(nf);
-        CFacet* h = c->getHiddenFacet();
-        h->addNeighbour(nf);
-        nf->addNeighbour(h);
+        LinkBothWays(c->getHiddenFacet(), nf);
         m_ridgeFrames.push_back({r, nf, 0, m_ridges.matchBegin(r, 0)});
     };
     build(m_ridges.index(lists.horizon, start));
@@ -235,10 +291,7 @@ void CHullEngine::buildAlongHorizon(const CHullLists& lists, CFacetConnector* st
         }
         const std::size_t r2 = m_ridges.match(frame.next++);
         if (CFacet* e = m_ridges.ridge(r2)->getConstructedFacet())
-        {
-            e->addNeighbour(frame.built);
-            frame.built->addNeighbour(e);
-        }
+            LinkBothWays(e, frame.built);
         else
             build(r2);
     }
@@ -304,12 +357,15 @@ void CHullEngine::deleteVisibleFacets(const CHullLists& lists, bool sole)
 // allocations before need not wait for the allocator to absorb them.
 void CHullEngine::finish(std::list<CFacet*>& facets)
 {
-    const std::unordered_set<const CFacet*> current(facets.begin(), facets.end());
+    // By address only: a slot may name an object that is no facet any more.
+    CAddressSet current(facets.size());
+    for (const CFacet* f : facets)
+        current.insert(f);
     for (CFacet* f : facets)
         for (std::size_t i = 0; i < CHullAccess::Neighbours(*f).size(); ++i)
         {
             CFacet*& g = CHullAccess::Neighbours(*f)[i];
-            if (g != nullptr && (current.count(g) == 0 || !CHullTraits::SharesRidge(*g, *f, i)))
+            if (g != nullptr && (!current.contains(g) || !CHullTraits::SharesRidge(*g, *f, i)))
                 g = nullptr;
         }
     m_distribution.releaseDropped();

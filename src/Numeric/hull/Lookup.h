@@ -25,6 +25,12 @@ inline std::uint64_t MixHash(std::uint64_t x)
     return x ^ (x >> 31);
 }
 
+// An object's address as a table key.
+inline std::uint64_t AddressKey(const void* p)
+{
+    return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(p));
+}
+
 // The bits of a coordinate with -0 folded onto +0, so that values equal under
 // == have equal bits (callers keep NaN away).
 inline std::uint64_t CoordinateBits(double value)
@@ -100,6 +106,44 @@ private:
 
     std::vector<std::size_t> m_heads;
     std::vector<CEntry> m_entries;
+};
+
+// A set of object addresses (never null) for a fixed number of them, in
+// one flat array probed linearly: a test that misses the cache costs one
+// miss, where a chained table costs two.
+class CAddressSet
+{
+public:
+    explicit CAddressSet(std::size_t count)
+    {
+        std::size_t slots = 16;
+        while (slots < 2 * count)
+            slots *= 2;
+        m_slots.assign(slots, 0);
+    }
+
+    void insert(const void* address)
+    {
+        const std::uint64_t key = AddressKey(address);
+        std::size_t s = first(key);
+        while (m_slots[s] != 0 && m_slots[s] != key)
+            s = (s + 1) & (m_slots.size() - 1);
+        m_slots[s] = key;
+    }
+
+    bool contains(const void* address) const
+    {
+        const std::uint64_t key = AddressKey(address);
+        for (std::size_t s = first(key); m_slots[s] != 0; s = (s + 1) & (m_slots.size() - 1))
+            if (m_slots[s] == key)
+                return true;
+        return false;
+    }
+
+private:
+    std::size_t first(std::uint64_t key) const { return static_cast<std::size_t>(MixHash(key)) & (m_slots.size() - 1); }
+
+    std::vector<std::uint64_t> m_slots; // 0: empty
 };
 
 // Finds, among the keys inserted so far (ids 0, 1, 2, ...), those that may lie

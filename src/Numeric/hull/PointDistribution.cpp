@@ -4,7 +4,6 @@
 #include "Numeric/hull/HullTraits.h"
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -12,6 +11,53 @@ namespace TOLX
 {
 namespace Impl
 {
+namespace
+{
+using CNode = CPointDistribution::CNode;
+
+std::uintptr_t AddressOf(CNode node)
+{
+    return reinterpret_cast<std::uintptr_t>(&*node);
+}
+
+// A radix sort on the nodes' distance from the lowest address, in units of
+// the allocator's 16-byte alignment, 11 bits a pass: a million nodes within
+// some hundred megabytes take three passes, several times faster than a
+// comparison sort. A few thousand nodes are sorted by comparison, which
+// then costs less than one pass over the radix counters.
+void SortByAddress(std::vector<CNode>& nodes)
+{
+    constexpr std::size_t kRadixMinimum = 4096;
+    if (nodes.size() < kRadixMinimum)
+    {
+        std::sort(nodes.begin(), nodes.end(), [](CNode a, CNode b) { return AddressOf(a) < AddressOf(b); });
+        return;
+    }
+    std::uintptr_t low = AddressOf(nodes.front());
+    std::uintptr_t high = low;
+    for (CNode node : nodes)
+    {
+        low = std::min(low, AddressOf(node));
+        high = std::max(high, AddressOf(node));
+    }
+    constexpr unsigned kBits = 11;
+    constexpr std::size_t kBuckets = std::size_t(1) << kBits;
+    std::vector<CNode> scratch(nodes.size());
+    for (unsigned shift = 4; shift < 64 && ((high - low) >> shift) != 0; shift += kBits)
+    {
+        std::size_t start[kBuckets + 1] = {};
+        const auto digit = [&](CNode node) { return ((AddressOf(node) - low) >> shift) & (kBuckets - 1); };
+        for (CNode node : nodes)
+            ++start[digit(node) + 1];
+        for (std::size_t b = 0; b < kBuckets; ++b)
+            start[b + 1] += start[b];
+        for (CNode node : nodes)
+            scratch[start[digit(node)]++] = node;
+        nodes.swap(scratch);
+    }
+}
+} // namespace
+
 void CPointDistribution::distribute(CPoints& points, const std::list<CFacet*>& L, const std::list<CFacet*>* visible,
                                     CFacetBook& book)
 {
@@ -34,12 +80,18 @@ void CPointDistribution::distribute(CPoints& points, const std::list<CFacet*>& L
             m_stagedDrops.push_back(it);
     m_dropped.splice(m_dropped.end(), points);
     m_droppedNodes.insert(m_droppedNodes.end(), m_stagedDrops.begin(), m_stagedDrops.end());
-    // The arrays keep their storage for the next distributions.
+    // The arrays keep their storage for the next distributions, as many as
+    // one distribution has ever had targets, and only the modest ones: the
+    // arrays of an early distribution over few facets can hold most of the
+    // points, and kept as spares for the small sets of later facets they
+    // would hold memory the size of the input for nothing. Growing such an
+    // array again costs an allocation per thousands of points.
     for (std::vector<CNode>& nodes : m_horizonNodes)
-    {
-        nodes.clear();
-        m_spareNodes.push_back(std::move(nodes));
-    }
+        if (m_spareNodes.size() < m_targets.size() && nodes.capacity() <= kSpareCapacity)
+        {
+            nodes.clear();
+            m_spareNodes.push_back(std::move(nodes));
+        }
     m_horizonNodes.clear();
     m_horizonNodesKnown = false;
 }
@@ -86,8 +138,7 @@ void CPointDistribution::releaseDropped()
         m_dropped.clear();
         return;
     }
-    std::sort(m_droppedNodes.begin(), m_droppedNodes.end(),
-              [](CNode a, CNode b) { return std::less<const void*>()(&*a, &*b); });
+    SortByAddress(m_droppedNodes);
     constexpr std::size_t kAhead = 16;
     const std::size_t n = m_droppedNodes.size();
     for (std::size_t i = 0; i < n; ++i)
@@ -186,20 +237,58 @@ void CPointDistribution::learnOutside(CTarget& t, CFacetBook& book)
     book.trustOutside(t.facet, record);
 }
 
-// `points` front to back from the arrays of the horizon search. The points
-// came from distributions to the visible facets, so they fit the row product
-// of facets of the same dimension.
-bool CPointDistribution::horizonOrder(const CPoints& points, const std::list<CFacet*>& visible)
+// `points` front to back from the arrays of the horizon search: the last
+// visited facet's points came to the front last, and each array lists its
+// nodes in the order they were added to an outside set, the set running the
+// other way. The arrays are read where they are, not copied into one.
+class CPointDistribution::CHorizonCursor
+{
+public:
+    explicit CHorizonCursor(const std::vector<std::vector<CNode>>& arrays) : m_arrays(arrays), m_array(arrays.size())
+    {
+        settle();
+    }
+
+    bool done() const { return m_left == 0; }
+    CNode node() const { return m_arrays[m_array][m_left - 1]; }
+    void advance()
+    {
+        --m_left;
+        settle();
+    }
+    void advance(std::size_t steps)
+    {
+        for (std::size_t k = 0; k < steps && !done(); ++k)
+            advance();
+    }
+
+private:
+    void settle()
+    {
+        while (m_left == 0 && m_array != 0)
+            m_left = m_arrays[--m_array].size();
+    }
+
+    const std::vector<std::vector<CNode>>& m_arrays;
+    std::size_t m_array;
+    std::size_t m_left = 0; // nodes of m_arrays[m_array] still to come
+};
+
+// Whether the arrays of the horizon search list `points`. The points came
+// from distributions to the visible facets, so they fit the row product of
+// facets of the same dimension.
+bool CPointDistribution::horizonOrder(const CPoints& points, const std::list<CFacet*>& visible) const
 {
     if (!m_horizonNodesKnown)
         return false;
     for (const CFacet* v : visible)
         if (v->getA().Cols() != m_targets.front().facet->getA().Cols())
             return false;
-    m_order.clear();
-    for (auto nodes = m_horizonNodes.rbegin(); nodes != m_horizonNodes.rend(); ++nodes)
-        m_order.insert(m_order.end(), nodes->rbegin(), nodes->rend());
-    return m_order.size() == points.size() && (m_order.empty() || m_order.front() == points.begin());
+    std::size_t count = 0;
+    for (const std::vector<CNode>& nodes : m_horizonNodes)
+        count += nodes.size();
+    const CHorizonCursor first(m_horizonNodes);
+    return count == points.size() && (count == 0 || first.node() == points.begin());
 }
 
 // Every point here came from an earlier distribution, so its shape fits the
@@ -207,45 +296,50 @@ bool CPointDistribution::horizonOrder(const CPoints& points, const std::list<CFa
 void CPointDistribution::distributeInOrder(CPoints& points)
 {
     constexpr std::size_t kAhead = 16;
-    const std::size_t n = m_order.size();
-    for (std::size_t i = 0; i < n; ++i)
+    CHorizonCursor cursor(m_horizonNodes);
+    CHorizonCursor ahead = cursor;
+    CHorizonCursor near = cursor;
+    ahead.advance(kAhead);
+    near.advance(kAhead / 2);
+    for (; !cursor.done(); cursor.advance())
     {
-        if (i + kAhead < n)
-            Prefetch(&*m_order[i + kAhead]);
-        if (i + kAhead / 2 < n)
-            Prefetch(m_order[i + kAhead / 2]->Data());
+        if (!ahead.done())
+        {
+            Prefetch(&*ahead.node());
+            ahead.advance();
+        }
+        if (!near.done())
+        {
+            Prefetch(near.node()->Data());
+            near.advance();
+        }
+        const CNode node = cursor.node();
         double height = 0.0;
-        const std::size_t j = targetOf(*m_order[i], height);
+        const std::size_t j = targetOf(*node, height);
         if (j < m_targetCount)
-            moveTo(points, m_order[i], m_targets[j], height);
+            moveTo(points, node, m_targets[j], height);
         else
-            m_stagedDrops.push_back(m_order[i]);
+            m_stagedDrops.push_back(node);
     }
 }
 
-// Walks `points`; false, with every move undone, at a point whose shape the
-// row product does not fit.
+// Walks `points`; false, moving nothing, when some point's shape does not
+// fit the row product. The shapes are checked first, so that no move has to
+// be recorded for undoing: a record per point would double the memory of a
+// large first distribution.
 bool CPointDistribution::distributeWalking(CPoints& points)
 {
     const std::size_t d = m_targets.front().facet->getA().Cols();
-    m_moves.clear();
+    for (const CMatrix<double>& q : points)
+        if (!ValueFitsRowProduct(d, q))
+            return false;
     for (auto it = points.begin(); it != points.end();)
     {
-        if (!ValueFitsRowProduct(d, *it))
-        {
-            for (const CMove& m : m_moves)
-                points.splice(it, m.target < m_targetCount ? CHullAccess::OutsideSet(*m_targets[m.target].facet) : points,
-                              m.node);
-            for (std::size_t j = 0; j < m_targetCount; ++j)
-                m_targets[j].nodes.clear();
-            return false;
-        }
         const auto next = std::next(it);
         if (next != points.end())
             Prefetch(next->Data());
         double height = 0.0;
         const std::size_t j = targetOf(*it, height);
-        m_moves.push_back({it, j});
         if (j < m_targetCount)
             moveTo(points, it, m_targets[j], height);
         it = next;

@@ -68,14 +68,6 @@ private:
         std::vector<CNode> nodes; // in the order of arrival
     };
 
-    // Where a point went while walking the list (target == m_targetCount:
-    // nowhere), to undo the moves.
-    struct CMove
-    {
-        CNode node;
-        std::size_t target;
-    };
-
     // An outside set the current horizon search moved to `points`: the
     // facet's nodes start at `first` there.
     struct CLent
@@ -89,24 +81,24 @@ private:
     std::size_t targetOf(const CMatrix<double>& q, double& height) const;
     void moveTo(CPoints& points, CNode node, CTarget& t, double height);
     void learnOutside(CTarget& t, CFacetBook& book);
-    bool horizonOrder(const CPoints& points, const std::list<CFacet*>& visible);
+    class CHorizonCursor;
+
+    bool horizonOrder(const CPoints& points, const std::list<CFacet*>& visible) const;
     void distributeInOrder(CPoints& points);
     bool distributeWalking(CPoints& points);
     void distributeLiterally(CPoints& points, const std::list<CFacet*>& L);
 
     std::vector<CTarget> m_targets;
     std::size_t m_targetCount = 0;
-    std::vector<CMove> m_moves;
     std::uint64_t m_stamp = 0;
 
     // The nodes of the outside sets the horizon search moved to `points`,
-    // one array per visible facet in visiting order; m_order then lists
-    // `points` front to back.
+    // one array per visible facet in visiting order.
     std::vector<std::vector<CNode>> m_horizonNodes;
     bool m_horizonNodesKnown = false;
     std::vector<CLent> m_lent;
-    std::vector<CNode> m_order;
     std::vector<std::vector<CNode>> m_spareNodes;
+    static constexpr std::size_t kSpareCapacity = 4096;
 
     CPoints m_dropped;
     std::vector<CNode> m_droppedNodes;
