@@ -23,9 +23,9 @@ namespace
 class VornTiff : public vorntest::VornFilesTest
 {
 protected:
-    TOLX::CImage Read(const std::string& name)
+    vorn::RawImage Read(const std::string& name)
     {
-        return *vorn::ReadTiff(vorn::CInputFile::Open(Path(name)), {std::uint64_t{1} << 40, "the test's limit"}, m_progress);
+        return vorn::ReadTiff(vorn::CInputFile::Open(Path(name)), {}, {std::uint64_t{1} << 40, "the test's limit"}, m_progress);
     }
 
     vorn::CProgress m_progress{stderr, false, std::chrono::milliseconds(0)};
@@ -59,9 +59,14 @@ TEST_F(VornTiff, ReadsEachPixelTypeLayoutAndCompressionAndWritesItBack)
         SCOPED_TRACE(testing::Message() << bits << "-bit, compression " << compression << ", tile " << tile);
         const std::vector<RawPage> pages = PatternPages(depth, 40, 300, bits, 1, SAMPLEFORMAT_UINT, compression, 7, tile);
         ASSERT_TRUE(vorntest::WriteRawTiff(Path("p.tif"), pages));
-        const TOLX::CImage image = Read("p.tif");
-        ASSERT_EQ(std::make_tuple(image.Width(), image.Height(), image.Depth()), std::make_tuple(40, 300, depth));
-        vorn::WriteTiff(Path("w.tif"), image, m_progress);
+        const vorn::RawImage raw = Read("p.tif");
+        ASSERT_EQ(std::make_tuple(raw.width, raw.height, raw.depth, raw.bytes), std::make_tuple(40, 300, depth, bits / 8));
+        // Written back as an index image whose every index is its own label.
+        const std::int64_t bytes = bits / 8;
+        const TOLX::CImage image(bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32,
+                                 TOLX::CSize(40, 300, depth), raw.pixels.get(), TOLX::CPos(bytes, 40 * bytes, 12000 * bytes));
+        const std::vector<std::int64_t> ownLabels;
+        vorn::WriteTiff(Path("w.tif"), image, {vorn::EnSampleKind::UNSIGNED, bits / 8, &ownLabels}, m_progress);
         const std::vector<RawPage> written = vorntest::ReadRawTiff(Path("w.tif"));
         ASSERT_EQ(written.size(), std::size_t(depth));
         for (int z = 0; z < depth; ++z)
@@ -77,8 +82,8 @@ TEST_F(VornTiff, ReadsEachPixelTypeLayoutAndCompressionAndWritesItBack)
     // few KiB must still be within the ratio the reader allows.
     const RawPage zeros = MakePage(4096, 1024, 8, [](int, int) { return 0; }, 1, SAMPLEFORMAT_UINT, COMPRESSION_ADOBE_DEFLATE, 1024);
     ASSERT_TRUE(vorntest::WriteRawTiff(Path("zeros.tif"), {zeros}));
-    const TOLX::CImage image = Read("zeros.tif");
-    EXPECT_EQ(std::count(image.Data(), image.Data() + image.Width() * image.Height() * image.Depth(), 0), 4096 * 1024);
+    const vorn::RawImage zeroImage = Read("zeros.tif");
+    EXPECT_EQ(std::count(zeroImage.pixels.get(), zeroImage.pixels.get() + zeroImage.PixelCount(), 0), 4096 * 1024);
 }
 
 // What is no label image, what cannot be read and what declares more than its
@@ -89,8 +94,9 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
     const auto one = [](int, int) { return 1; };
     const RawPage grey = MakePage(6, 4, 8, one);
     const std::pair<std::string, std::vector<RawPage>> written[] = {
-        {"float", {MakePage(6, 4, 32, one, 1, SAMPLEFORMAT_IEEEFP)}}, {"rgb", {MakePage(6, 4, 8, one, 3)}},
-        {"signed", {MakePage(6, 4, 16, one, 1, SAMPLEFORMAT_INT)}}, {"bilevel", {MakePage(6, 4, 1, one)}},
+        {"half", {MakePage(6, 4, 16, one, 1, SAMPLEFORMAT_IEEEFP)}}, {"rgb", {MakePage(6, 4, 8, one, 3)}},
+        {"signed", {MakePage(6, 4, 1, one, 1, SAMPLEFORMAT_INT)}}, {"nibble", {MakePage(6, 4, 4, one)}},
+        {"complex", {MakePage(6, 4, 32, one, 1, SAMPLEFORMAT_COMPLEXINT)}},
         {"wider", {grey, grey, MakePage(7, 4, 8, one)}}, {"deeper", {grey, MakePage(6, 4, 16, one)}},
         {"cut", PatternPages(2, 64, 64, 16)}};
     for (const auto& [name, pages] : written)
@@ -117,15 +123,17 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
     // hold no more than 64 times its size in PackBits pages.
     const std::string lastPage = std::to_string(std::filesystem::file_size(Path("stack")) * 64 / (4096 * 4096) + 1);
 
-    const std::string wanted = "; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel";
+    const std::string wanted = "; vorn reads one integer (1 to 64 bits) or floating-point (32 or 64 bits) sample per pixel";
     const std::string corrupt = " cannot be read: the file is truncated or corrupt";
     const std::tuple<std::string, std::string, bool> cases[] = {// file, message, whether libtiff's detail may follow
-        {"float", "page 1 has floating-point pixels" + wanted, false},
+        {"half", "page 1 has 16-bit floating-point pixels" + wanted, false},
         {"rgb", "page 1 has 3 samples per pixel (RGB or colour)" + wanted, false},
-        {"signed", "page 1 has signed or complex pixels" + wanted, false},
-        {"bilevel", "page 1 has 1-bit pixels" + wanted, false},
+        {"signed", "page 1 has 1-bit signed pixels" + wanted, false},
+        {"nibble", "page 1 has 4-bit unsigned pixels" + wanted, false},
+        {"complex", "page 1 has 32-bit complex or untyped pixels" + wanted, false},
         {"wider", "page 3 is 7x4, page 1 is 6x4; all pages of a stack must have one size", false},
-        {"deeper", "page 2 has 16-bit pixels, page 1 has 8-bit pixels; all pages of a stack must have one pixel type", false},
+        {"deeper", "page 2 has 16-bit unsigned pixels, page 1 has 8-bit unsigned pixels; all pages of a stack must have one "
+                   "pixel type", false},
         {"text", "not a readable TIFF file", true},
         {"cut", "page 2" + corrupt, true},
         {"huge16", "page 1" + corrupt, true},
@@ -144,6 +152,6 @@ TEST_F(VornTiff, RefusesBadFilesInOneQuietLine)
             << name;
     }
     // The shared data itself is a valid page.
-    const TOLX::CImage image = Read("runs");
-    EXPECT_EQ(std::count(image.Data(), image.Data() + 4096 * 4096, 0), 4096 * 4096);
+    const vorn::RawImage image = Read("runs");
+    EXPECT_EQ(std::count(image.pixels.get(), image.pixels.get() + 4096 * 4096, 0), 4096 * 4096);
 }

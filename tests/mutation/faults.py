@@ -231,7 +231,7 @@ FAULTS = [
     fault("vorn-tiff-tile-column", "vorn", "wrong index",
           "TIFF tiles: a tile's first column placed at x0 bytes, not x0 pixels",
           "tools/vorn/TiffIO.cpp",
-          "x0 * page.PixelBytes(), tile.data()",
+          "page.BytesFor(x0), tile.data()",
           "x0, tile.data()"),
     fault("vorn-points-trailing-comment", "vorn", "boundary",
           "point files: a '#' after a point's numbers no longer ends them",

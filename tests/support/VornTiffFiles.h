@@ -22,6 +22,9 @@ struct RawPage
     std::uint16_t bits = 8, samples = 1, format = SAMPLEFORMAT_UINT, compression = COMPRESSION_NONE; // bits per sample
     std::uint32_t rowsPerStrip = 1, tile = 0; // tile: its edge, 0 for strips
     std::vector<std::uint8_t> bytes;
+    std::string description;                  // ImageDescription; empty: none
+    std::array<float, 2> resolution{0, 0};    // XResolution, YResolution; 0: none
+    std::uint16_t resolutionUnit = RESUNIT_NONE;
 
     std::size_t RowBytes() const { return (std::size_t{width} * samples * bits + 7) / 8; }
 };
@@ -34,7 +37,7 @@ inline RawPage MakePage(std::uint32_t width, std::uint32_t height, int bits, con
                         std::uint16_t samples = 1, std::uint16_t format = SAMPLEFORMAT_UINT,
                         std::uint16_t compression = COMPRESSION_NONE, std::uint32_t rowsPerStrip = 1, std::uint32_t tile = 0)
 {
-    RawPage page{width, height, std::uint16_t(bits), samples, format, compression, rowsPerStrip, tile, {}};
+    RawPage page{width, height, std::uint16_t(bits), samples, format, compression, rowsPerStrip, tile, {}, {}, {}, RESUNIT_NONE};
     const std::size_t size = page.bits / 8, count = std::size_t{width} * height * samples;
     page.bytes.assign(page.RowBytes() * height, 0);
     for (std::size_t i = 0; size && i < count; ++i)
@@ -44,6 +47,15 @@ inline RawPage MakePage(std::uint32_t width, std::uint32_t height, int bits, con
             page.bytes[i * size + b] = std::uint8_t(v >> 8 * (HOST_BIGENDIAN ? size - 1 - b : b));
     }
     return page;
+}
+
+// The bits of a float or double, for MakePage.
+template <class Float>
+std::uint64_t FloatBits(Float value)
+{
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof value);
+    return bits;
 }
 
 inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pages)
@@ -64,6 +76,14 @@ inline bool WriteRawTiff(const std::string& path, const std::vector<RawPage>& pa
             {std::uint32_t(page.tile ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP), page.tile ? page.tile : page.rowsPerStrip}};
         for (const auto& field : fields)
             TIFFSetField(tif, field[0], field[1]);
+        if (!page.description.empty())
+            TIFFSetField(tif, TIFFTAG_IMAGEDESCRIPTION, page.description.c_str());
+        if (page.resolution[0] > 0)
+        {
+            TIFFSetField(tif, TIFFTAG_XRESOLUTION, double(page.resolution[0]));
+            TIFFSetField(tif, TIFFTAG_YRESOLUTION, double(page.resolution[1]));
+            TIFFSetField(tif, TIFFTAG_RESOLUTIONUNIT, page.resolutionUnit);
+        }
         const std::size_t rowBytes = page.RowBytes(), pixel = page.bits * page.samples / 8, edge = page.tile;
         std::vector<std::uint8_t> block(edge ? edge * edge * pixel : rowBytes);
         for (std::uint32_t y0 = 0; y0 < page.height; y0 += edge ? edge : 1)
