@@ -88,7 +88,8 @@ struct VolumeFile
         if (!vorn::TiffAvailable())
             return;
         vorn::CProgress quiet(stderr, false, std::chrono::milliseconds(0));
-        vorn::WriteTiff(path, Volume(), quiet);
+        const std::vector<std::int64_t> ownLabels; // every index its own label
+        vorn::WriteTiff(path, Volume(), {vorn::EnSampleKind::UNSIGNED, Volume().Type().BytesPerPixel(), &ownLabels}, quiet);
         written = true;
     }
     ~VolumeFile() { std::remove(path.c_str()); }

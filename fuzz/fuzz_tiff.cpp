@@ -4,6 +4,7 @@
 // below what the limit would let a valid file take twice over.
 
 #include "InputFile.h"
+#include "LabelImage.h"
 #include "MemoryBudget.h"
 #include "Progress.h"
 #include "TiffIO.h"
@@ -54,11 +55,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     vorn::CProgress quiet(stderr, false, std::chrono::milliseconds(0));
     try
     {
-        const std::unique_ptr<TOLX::CImage> image =
-            vorn::ReadTiff(vorn::CInputFile::Open(MemoryFilePath()), {LIMIT, "the fuzzer's limit"}, quiet);
-        const std::uint64_t bytes = std::uint64_t(image->Width()) * std::uint64_t(image->Height()) *
-                                    std::uint64_t(image->Depth()) * std::uint64_t(image->Type().BytesPerPixel());
-        if (bytes > LIMIT)
+        // The first channel and frame of a hyperstack, so that its pages are
+        // read too; then the labels, whose values are the file's.
+        vorn::RawImage raw =
+            vorn::ReadTiff(vorn::CInputFile::Open(MemoryFilePath()), {1, 1}, {LIMIT, "the fuzzer's limit"}, quiet);
+        if (raw.PixelCount() * std::uint64_t(raw.bytes) > LIMIT)
+            std::abort();
+        const vorn::LabelImage labels = vorn::IndexLabels(std::move(raw), quiet);
+        if (labels.objects > 0 && labels.labels.size() != 0 && labels.labels.size() != labels.objects)
             std::abort();
     }
     catch (const vorn::CToolError& error)

@@ -6,23 +6,13 @@
 #include <cmath>
 #include <functional>
 #include <random>
-#include <string>
 #include <tuple>
-#include <vector>
 
-using TOLX::CFace;
-using TOLX::CFacet;
-using TOLX::CFacetConnector;
-using TOLX::CMatrix;
-using testsupport::Col;
-using testsupport::Columns;
-using testsupport::Mat;
+using namespace TOLX;
+using namespace testsupport;
 
 namespace
 {
-const char* const kFacetFile = "src/Numeric/Facet.cpp";
-using Cases = std::tuple<std::function<void()>, std::string, int>;
-
 template <class Object>
 std::string Printed(const Object& object)
 {
@@ -32,7 +22,7 @@ std::string Printed(const Object& object)
 }
 } // namespace
 
-TEST(Face, ConstructorsDeriveTheDimensionsAndRejectInconsistentShapesInOrder)
+TEST(Face, DimensionsExactVerticesAndTwelveDigitPrint)
 {
     CMatrix<double> A = Mat(2, 3, {1, 0, 0, 0, 1, 0}), b = Mat(2, 1, {4, 5}), V = Mat(3, 2, {4, 4, 5, 5, 0, 1});
     const CFace f(A, b, V);
@@ -41,30 +31,12 @@ TEST(Face, ConstructorsDeriveTheDimensionsAndRejectInconsistentShapesInOrder)
     const CFace empty(3, 1);
     EXPECT_TRUE(empty.getA() == CMatrix<double>(2, 3) && empty.getb() == CMatrix<double>(2, 1));
 
-    CMatrix<double> A43(4, 3), A13(1, 3), b41(4, 1), b12(1, 2), b21(2, 1), b11(1, 1), V3(3, 0), V33(3, 3), V34(3, 4);
-    const std::string wrongDimension = "Dimension of CFace must be lower/equal dimension of space";
-    const Cases cases[] = {
-        // 3 - 4 wraps to 255 in 8 bits, above the space's 3 dimensions.
-        {[&] { CFace f(A43, b41, V3); }, wrongDimension, 28},
-        {[&] { CFace f(A13, b12, V33); },
-         "The Argument b for the CFace constructor is exspected to be a vector but hat 2 Cols", 30},
-        {[&] { CFace f(A13, b21, V33); },
-         "The Arguement A and b for the CFace constructor do not have same size. A.Cols() = 3 but b.Cols() = 1", 35},
-        {[&] { CFace f(A13, b11, V34); }, "Wrong number of vertices", 39},
-        {[] { CFace f(2, 3); }, wrongDimension, 49},
-    };
-    for (const auto& [action, message, line] : cases)
-        ExpectThrowAt(action, message, "TOLX::CFace::CFace", "src/Numeric/Face.cpp", line);
-    EXPECT_NO_THROW(CFace(A13, b11, V33));
-}
-
-TEST(Face, HasVertexIsExactAndPrintShowsTwelveDigits)
-{
-    CMatrix<double> A(1, 2), b(1, 1), V = Columns({{0.5, 0.25}, {3, 4}});
-    const CFace f(A, b, V);
-    EXPECT_TRUE(f.hasVertex(Col({3, 4})) && f.hasVertex(Col({0.5, 0.25})));
-    EXPECT_FALSE(f.hasVertex(Col({3, std::nextafter(4.0, 5.0)})));
-    EXPECT_FALSE(f.hasVertex(Mat(1, 2, {3, 4})));
+    // hasVertex is exact; print shows twelve digits.
+    A = CMatrix<double>(1, 2), b = CMatrix<double>(1, 1), V = Columns({{0.5, 0.25}, {3, 4}});
+    const CFace g(A, b, V);
+    EXPECT_TRUE(g.hasVertex(Col({3, 4})) && g.hasVertex(Col({0.5, 0.25})));
+    EXPECT_FALSE(g.hasVertex(Col({3, std::nextafter(4.0, 5.0)})));
+    EXPECT_FALSE(g.hasVertex(Mat(1, 2, {3, 4})));
     CFace noVertices(2, 1);
     noVertices.getVertices() = CMatrix<double>(2, 0);
     EXPECT_FALSE(noVertices.hasVertex(Col({0, 0})));
@@ -74,23 +46,11 @@ TEST(Face, HasVertexIsExactAndPrintShowsTwelveDigits)
                                 "0.333333333333 -2 \n1e-13 \n\nVertices:\n0.666666666667 1 \n0 123456789.123 \n\n");
 }
 
-// A facet through a ridge and a point is the facet through all the points,
-// with d empty neighbour slots and no outside points.
-TEST(Facet, ThroughARidgeAndAPoint)
-{
-    CMatrix<double> R = Columns({{0.5, 0.1, 0.2}, {1, 0.3, 0.1}}), refPoint = Col({9, 9, 9});
-    CFacetConnector ridge(nullptr, nullptr, R, refPoint);
-    const CFacet viaRidge(&ridge, Col({0.2, 1.1, 0.4}));
-    const CFacet direct(Columns({{0.5, 0.1, 0.2}, {1, 0.3, 0.1}, {0.2, 1.1, 0.4}}));
-    EXPECT_TRUE(viaRidge.getA() == direct.getA() && viaRidge.getb() == direct.getb());
-    EXPECT_TRUE(viaRidge.getVertices() == direct.getVertices() && viaRidge.getOutsideSet().empty());
-    EXPECT_EQ(viaRidge.getNeighbours(), std::vector<CFacet*>(3, nullptr));
-    EXPECT_TRUE(direct.getDimSpace() == 3 && direct.getDimSelf() == 2);
-}
-
 // For random points, up to dimensions beyond the facet's stack storage, the
 // normal is a unit vector orthogonal to every edge and b is A times the first
-// vertex, summed in index order.
+// vertex, summed in index order. The facet through the ridge of all but the
+// last point and that point is the same, with d empty neighbour slots and no
+// outside points.
 TEST(Facet, NormalIsAUnitVectorOrthogonalToTheEdges)
 {
     std::mt19937 gen(1);
@@ -111,29 +71,49 @@ TEST(Facet, NormalIsAUnitVectorOrthogonalToTheEdges)
         EXPECT_EQ(f.getb()(0, 0), b) << d;
         for (std::size_t i = 1; i < d; ++i)
             EXPECT_NEAR((f.getA() * V.GetCol(i))(0, 0), b, 1e-12) << d << " " << i;
+        EXPECT_TRUE(f.getDimSpace() == d && f.getDimSelf() == d - 1 && f.getVertices() == V);
+
+        CMatrix<double> ridge(d, 0), reference = Col(Point(d, 9.0));
+        for (std::size_t c = 0; c + 1 < d; ++c)
+            ridge.AddCols(V.GetCol(c));
+        CFacetConnector connector(nullptr, nullptr, ridge, reference);
+        const CFacet viaRidge(&connector, V.GetCol(d - 1));
+        EXPECT_TRUE(viaRidge.getA() == f.getA() && viaRidge.getb() == f.getb() && viaRidge.getVertices() == V) << d;
+        EXPECT_TRUE(viaRidge.getOutsideSet().empty() && viaRidge.getNeighbours() == std::vector<CFacet*>(d, nullptr));
     }
 }
 
-TEST(Facet, ConstructionFailuresCarryTheirMessages)
+// Each constructor rejects inconsistent shapes in the order of its checks.
+TEST(FaceAndFacet, ConstructionFailuresCarryTheirMessages)
 {
+    CMatrix<double> A43(4, 3), A13(1, 3), b41(4, 1), b12(1, 2), b21(2, 1), b11(1, 1), V3(3, 0), V33(3, 3), V34(3, 4);
     CFace ridge(3, 1), point(3, 0);
     ridge.getVertices() = Columns({{0, 0, 0}, {1, 0, 0}});
-    const Cases cases[] = {
-        {[] { CFacet f(Columns({{0, 0, 0}, {1, 0, 0}})); },
+    const std::string wrongDimension = "Dimension of CFace must be lower/equal dimension of space";
+    const std::tuple<std::string, std::function<void()>, std::string, int> cases[] = {
+        // 3 - 4 wraps to 255 in 8 bits, above the space's 3 dimensions.
+        {"Face", [&] { CFace f(A43, b41, V3); }, wrongDimension, 28},
+        {"Face", [&] { CFace f(A13, b12, V33); }, "The Argument b for the CFace constructor is exspected to be a vector but hat 2 Cols", 30},
+        {"Face", [&] { CFace f(A13, b21, V33); },
+         "The Arguement A and b for the CFace constructor do not have same size. A.Cols() = 3 but b.Cols() = 1", 35},
+        {"Face", [&] { CFace f(A13, b11, V34); }, "Wrong number of vertices", 39},
+        {"Face", [] { CFace f(2, 3); }, wrongDimension, 49},
+        {"Facet", [] { CFacet f(Columns({{0, 0, 0}, {1, 0, 0}})); },
          "Constructor of a CFacet in 3-space, exspectes 3 affinely independent points but got 2.", 57},
         // The bound on the smallest singular value is absolute, so rounding
         // at this scale already exceeds it.
-        {[] { CFacet f(Columns({{3e12, 1e12, 7e12}, {-5e12, 2e12, 1e12}, {1e12, -3e12, 4e12}})); },
+        {"Facet", [] { CFacet f(Columns({{3e12, 1e12, 7e12}, {-5e12, 2e12, 1e12}, {1e12, -3e12, 4e12}})); },
          "Unable to construct a facet.", 78},
-        {[&] { CFacet f(&ridge, CMatrix<double>(3, 2)); }, "p is expected to be a vector, but its size is '3x2'", 34},
-        {[&] { CFacet f(&point, Col({0, 1, 0})); }, "f is expected to be a n-2 dim face, but it is 0-dim.", 37},
-        {[&] { CFacet f(&ridge, Col({1, 0, 0})); }, "f has vertex p", 40},
+        {"Facet", [&] { CFacet f(&ridge, CMatrix<double>(3, 2)); }, "p is expected to be a vector, but its size is '3x2'", 34},
+        {"Facet", [&] { CFacet f(&point, Col({0, 1, 0})); }, "f is expected to be a n-2 dim face, but it is 0-dim.", 37},
+        {"Facet", [&] { CFacet f(&ridge, Col({1, 0, 0})); }, "f has vertex p", 40},
     };
-    for (const auto& [action, message, line] : cases)
-        ExpectThrowAt(action, message, "TOLX::CFacet::CFacet", kFacetFile, line);
+    for (const auto& [type, action, message, line] : cases)
+        ExpectThrowAt(action, message, "TOLX::C" + type + "::C" + type, "src/Numeric/" + type + ".cpp", line);
+    EXPECT_NO_THROW(CFace(A13, b11, V33));
 }
 
-TEST(Facet, GetFurthestTakesFirstOfEquallyHighPointsAboveTolerance)
+TEST(Facet, FurthestIsTheFirstOfEquallyHighPointsAboveToleranceAndNeighboursFillSlots)
 {
     CFacet f(Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}));
     if (f.getA()(0, 2) < 0)
@@ -156,11 +136,7 @@ TEST(Facet, GetFurthestTakesFirstOfEquallyHighPointsAboveTolerance)
     EXPECT_TRUE(f.getFurthest(p));
     EXPECT_TRUE(p == Col({3, 0, 3}));
 
-}
-
-TEST(Facet, AddNeighbourFillsSlotOfTheUnsharedVertex)
-{
-    CFacet f(Columns({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}));
+    // A neighbour fills the slot of the vertex it does not share.
     CFacet g(Columns({{0, 0, 0}, {0, 0, 1}, {0, 1, 0}})); // lacks f's vertex 1
     CFacet h(Columns({{1, 0, 0}, {0, 1, 0}, {1, 1, 1}})); // lacks f's vertex 0
     f.addNeighbour(&g);
@@ -172,7 +148,7 @@ TEST(Facet, AddNeighbourFillsSlotOfTheUnsharedVertex)
     CFacet far(Columns({{0, 0, 0}, {5, 5, 5}, {6, 5, 5}}));
     testing::internal::CaptureStdout();
     ExpectThrowAt([&] { f.addNeighbour(&far); }, "Cannot add a neighbor to facet with only 1 common vertices.",
-                  "TOLX::CFacet::addNeighbour", kFacetFile, 130);
+                  "TOLX::CFacet::addNeighbour", "src/Numeric/Facet.cpp", 130);
     const std::string printed = testing::internal::GetCapturedStdout();
     EXPECT_EQ(printed, Printed(far) + Printed(f));
 }

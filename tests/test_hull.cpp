@@ -5,46 +5,21 @@
 
 #include "ExpectThrow.h"
 #include "HullPoints.h"
-#include "Matrices.h"
-#include "VornNumeric.h"
 
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <iterator>
-#include <list>
-#include <memory>
-#include <sstream>
-#include <stdexcept>
-#include <string>
-#include <vector>
+#include <regex>
+#include <tuple>
 
-using TOLX::CConvexHullComputer;
-using TOLX::CFacet;
-using TOLX::CFacetConnector;
-using TOLX::CMatrix;
-using testsupport::Col;
-using testsupport::Columns;
-using testsupport::Point;
-using HullPoints::Equations;
-using HullPoints::Flat;
-using HullPoints::HullOf;
+using namespace TOLX;
+using namespace testsupport;
+using namespace HullPoints;
 
 namespace
 {
 const char* const kHullFile = "src/Numeric/ConvexHullComputer.cpp";
-const char* const kHorizon = "TOLX::CConvexHullComputer::constructHorizon";
 const char* const kAlreadyInside = "Trying to construct new Facets with a point that is already inside the convex hull.";
-
-// Opens a protected construction step and its lists to the tests.
-class Probe : public CConvexHullComputer
-{
-public:
-    explicit Probe(std::size_t d) : CConvexHullComputer(d, "probe", nullptr) {}
-    using CConvexHullComputer::constructHorizon;
-    using CConvexHullComputer::horizon;
-    using CConvexHullComputer::visibleFacets;
-};
+const char* const kSubspace = "Could not find any affinely independent points. Maybe your data form an affine subspace.";
 
 bool Near(const Point& a, const Point& b, double tolerance)
 {
@@ -52,29 +27,14 @@ bool Near(const Point& a, const Point& b, double tolerance)
            std::equal(a.begin(), a.end(), b.begin(), [&](double x, double y) { return std::fabs(x - y) <= tolerance; });
 }
 
-// For each neighbour slot of f, the neighbour's position in all (-1: none).
+// For each neighbour slot of f, the neighbour's position in all (all.size(): none).
 std::vector<long> NeighbourIndices(const CFacet* f, const std::list<CFacet*>& all)
 {
     std::vector<long> result;
     for (const CFacet* g : f->getNeighbours())
-    {
-        const auto at = std::find(all.begin(), all.end(), g);
-        result.push_back(at == all.end() ? -1 : std::distance(all.begin(), at));
-    }
+        result.push_back(std::distance(all.begin(), std::find(all.begin(), all.end(), g)));
     return result;
 }
-
-// The library's generator, reproduced from its published definition: the
-// state advances by x = x * 1103515245 + 12345 and bits 16..30 are returned.
-struct Lcg
-{
-    std::uint32_t state;
-    int next()
-    {
-        state = state * 1103515245u + 12345u;
-        return static_cast<int>((state / 65536u) % 32768u);
-    }
-};
 
 } // namespace
 
@@ -87,29 +47,27 @@ TEST(Hull, SquareInThePlaneRunsAsDerivedByHand)
     CConvexHullComputer hull = HullOf({c0, c1, c2, p, {0.5, 0.5}});
     hull.compute(Columns({c0, c1, c2}));
     const std::list<CFacet*> facets = hull.GetFacets();
-    ASSERT_EQ(facets.size(), 4u);
+    const std::vector<Point> equations = Equations(hull);
+    ASSERT_TRUE(facets.size() == 4u && equations.size() == 4u);
     // The two new edges (the one through c2 built second), then the simplex
-    // edges c0-c1 and c1-c2 in reverse order of creation.
-    const std::vector<std::vector<Point>> vertices{{c2, p}, {c0, p}, {c0, c1}, {c1, c2}};
-    const std::vector<std::vector<long>> neighbours{{1, 3}, {0, 2}, {3, 1}, {0, 2}};
+    // edges c0-c1 and c1-c2 in reverse order of creation; each with its
+    // neighbours' positions and its equation, which come in reverse order.
+    const std::tuple<std::vector<Point>, std::vector<long>, Point> expected[] = {
+        {{c2, p}, {1, 3}, {0, 1, 1}}, {{c0, p}, {0, 2}, {-1, 0, 0}}, {{c0, c1}, {3, 1}, {0, -1, 0}}, {{c1, c2}, {0, 2}, {1, 0, 1}}};
     auto f = facets.begin();
     for (std::size_t k = 0; k < 4; ++k, ++f)
     {
-        EXPECT_TRUE((*f)->getVertices() == Columns(vertices[k])) << k;
-        EXPECT_EQ(NeighbourIndices(*f, facets), neighbours[k]) << k;
+        EXPECT_TRUE((*f)->getVertices() == Columns(std::get<0>(expected[k]))) << k;
+        EXPECT_EQ(NeighbourIndices(*f, facets), std::get<1>(expected[k])) << k;
         EXPECT_TRUE((*f)->getOutsideSet().empty());
+        EXPECT_TRUE(Near(equations[3 - k], std::get<2>(expected[k]), 1e-15)) << k;
     }
-    // Equations in reverse facet order.
-    const std::vector<Point> equations = Equations(hull), expected{{1, 0, 1}, {0, -1, 0}, {-1, 0, 0}, {0, 1, 1}};
-    ASSERT_EQ(equations.size(), 4u);
-    for (std::size_t k = 0; k < 4; ++k)
-        EXPECT_TRUE(Near(equations[k], expected[k], 1e-15)) << k;
     EXPECT_TRUE(hull.getPoints().empty());
 
     // Vertices in order of first appearance along the facets.
     EXPECT_EQ(Flat(hull.getVertices()), (std::vector<Point>{c2, p, c0, c1}));
     std::list<std::vector<double>> plain{{42.0}};
-    TOLX::CConvexHullHelpers::GetVertices(plain, hull);
+    CConvexHullHelpers::GetVertices(plain, hull);
     EXPECT_EQ(std::vector<Point>(plain.begin(), plain.end()), (std::vector<Point>{c2, p, c0, c1}));
 }
 
@@ -124,80 +82,57 @@ TEST(Hull, StartPointFailures)
                                       "vector<T> too long");
     EXPECT_TRUE(CConvexHullComputer::areAffinelyIndependent(CMatrix<double>(3, 1)));
 
-    // No points: no draw at all.
-    const std::string subspace = "Could not find any affinely independent points. Maybe your data form an affine subspace.";
-    TOLX::SeedRand15(5);
-    ExpectThrowAt([] { CConvexHullComputer(3, "empty", nullptr).compute(); }, subspace, where, kHullFile, 198);
-    EXPECT_EQ(TOLX::Rand15(), Lcg{5}.next());
-
-    // Ten points on the plane z = x + y: 10 * 10 - 1 failed attempts, each a
-    // selection sampling of 4 of 10 indices.
-    std::vector<Point> plane;
-    for (int i = 0; i < 10; ++i)
-        plane.push_back({double(i % 4), double(i / 4), double(i % 4 + i / 4)});
-    TOLX::SeedRand15(9);
-    ExpectThrowAt([&] { HullOf(plane).compute(); }, subspace, where, kHullFile, 198);
-    Lcg g{9};
-    for (int attempt = 1; attempt < 100; ++attempt)
-        for (std::uint32_t i = 0, needed = 4; needed > 0; ++i)
-            needed -= g.next() / 32768.0 * double(10 - i) < double(needed);
-    EXPECT_EQ(TOLX::Rand15(), g.next());
+    // No points: no draw at all. (The draws of failed attempts are compared
+    // with the straightforward construction's below.)
+    SeedRand15(5);
+    const int first = Rand15();
+    SeedRand15(5);
+    ExpectThrowAt([] { CConvexHullComputer(3, "empty", nullptr).compute(); }, kSubspace, where, kHullFile, 198);
+    EXPECT_EQ(Rand15(), first);
 
     // With n = d the draw also selects one index past the end: the last
     // column keeps the zero it started with, so three points in 3-space make
     // a simplex with the origin.
-    CConvexHullComputer three = HullOf({{1, 0, 0}, {0, 2, 0}, {0, 0, 3}});
-    three.compute();
-    std::vector<Point> vertices = Flat(three.getVertices());
+    std::vector<Point> vertices = Flat(Computed({{1, 0, 0}, {0, 2, 0}, {0, 0, 3}}).getVertices());
     std::sort(vertices.begin(), vertices.end());
     EXPECT_EQ(vertices, (std::vector<Point>{{0, 0, 0}, {0, 0, 3}, {0, 2, 0}, {1, 0, 0}}));
 }
 
-TEST(Hull, InsideTestHasAnAbsoluteToleranceOf1e12)
+TEST(Hull, InsideTestAndVertexListsHaveTheirOwnTolerances)
 {
     std::vector<Point> cube;
     for (int i = 0; i < 8; ++i)
         cube.push_back({double(i & 1), double((i >> 1) & 1), double((i >> 2) & 1)});
-    CConvexHullComputer hull = HullOf(cube);
-    EXPECT_TRUE(hull.isInside(Col({100, 100, 100}))); // no equations yet
-    hull.compute();
+    EXPECT_TRUE(HullOf(cube).isInside(Col({100, 100, 100}))); // no equations yet
+    const CConvexHullComputer hull = Computed(cube);
     EXPECT_EQ(hull.GetFacets().size(), 12u);
     EXPECT_EQ(hull.getA().size(), 6u); // two coplanar triangles per side
-    const std::pair<Point, bool> probes[] = {{{1, 1, 1}, true},
-                                             {{1 + 1e-13, 0.5, 0.5}, true},
-                                             {{1 + 1e-11, 0.5, 0.5}, false},
-                                             {{0.5, -1e-13, 0.5}, true},
+    const std::pair<Point, bool> probes[] = {{{1, 1, 1}, true},           {{1 + 1e-13, 0.5, 0.5}, true},
+                                             {{1 + 1e-11, 0.5, 0.5}, false}, {{0.5, -1e-13, 0.5}, true},
                                              {{0.5, 0.5, -1e-11}, false}};
     for (const auto& [p, inside] : probes)
         EXPECT_EQ(hull.isInside(Col(p)), inside) << p[0] << " " << p[1] << " " << p[2];
-}
 
-// Two hull vertices that differ by delta in one coordinate only: getVertices
-// identifies them within 1e-6 in x but compares z exactly; GetVertices within
-// 1e-8 in every coordinate but the last, which it compares exactly.
-TEST(Hull, VertexListsUseTheirOwnTolerances)
-{
-    const struct
-    {
-        std::size_t axis;
-        double delta;
-        bool helpers;
-        std::size_t count;
-    } cases[] = {{0, 1e-7, false, 3}, {2, 1e-7, false, 6}, {0, 1e-9, true, 3}, {2, 1e-9, true, 6}, {0, 1e-7, true, 6}};
-    for (const auto& c : cases)
+    // Two hull vertices that differ by delta in one coordinate only:
+    // getVertices identifies them within 1e-6 in x but compares z exactly;
+    // GetVertices within 1e-8 in every coordinate but the last, which it
+    // compares exactly.
+    // axis, delta, whether GetVertices counts, the count
+    const std::tuple<std::size_t, double, bool, std::size_t> cases[] = {
+        {0, 1e-7, false, 3}, {2, 1e-7, false, 6}, {0, 1e-9, true, 3}, {2, 1e-9, true, 6}, {0, 1e-7, true, 6}};
+    for (const auto& [axis, delta, helpers, count] : cases)
     {
         // A triangle in the two other coordinates, extruded by delta along axis.
         std::vector<Point> prism(6, Point(3, 0.0));
         for (std::size_t k = 0; k < 6; ++k)
         {
-            prism[k][c.axis] = k < 3 ? 0.0 : c.delta;
-            prism[k][(c.axis + 1 + k % 3 / 2) % 3] = k % 3 ? 1.0 : 0.0;
+            prism[k][axis] = k < 3 ? 0.0 : delta;
+            prism[k][(axis + 1 + k % 3 / 2) % 3] = k % 3 ? 1.0 : 0.0;
         }
-        CConvexHullComputer hull = HullOf(prism);
-        hull.compute();
+        const CConvexHullComputer hull = Computed(prism);
         std::list<std::vector<double>> out;
-        TOLX::CConvexHullHelpers::GetVertices(out, hull);
-        EXPECT_EQ(c.helpers ? out.size() : hull.getVertices().size(), c.count) << c.axis << " " << c.delta;
+        CConvexHullHelpers::GetVertices(out, hull);
+        EXPECT_EQ(helpers ? out.size() : hull.getVertices().size(), count) << axis << " " << delta;
     }
 }
 
@@ -217,27 +152,9 @@ TEST(Hull, InterruptedStepsLeaveADestroyableComputer)
     EXPECT_EQ(Flat(far.getPoints()), farPoint);
     EXPECT_EQ(Flat(far.GetFacets().back()->getOutsideSet()), farPoint);
     CConvexHullComputer nearer = HullOf({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {3e12, 1e12, 2e12}});
-    ExpectThrowAt([&] { nearer.compute(unit); }, kAlreadyInside, kHorizon, kHullFile, 299);
+    ExpectThrowAt([&] { nearer.compute(unit); }, kAlreadyInside, "TOLX::CConvexHullComputer::constructHorizon",
+                  kHullFile, 299);
     nearer = far;
-}
-
-TEST(Hull, NullNeighbourIsReportedAndSkipped)
-{
-    Probe steps(2);
-    CFacet lonely(Columns({{0, 0}, {1, 0}}));
-    if (lonely.getA()(0, 1) > 0)
-        lonely.flipDirection();
-    lonely.addToOutsideSet(Col({0.5, -2}));
-    testing::internal::CaptureStderr();
-    steps.constructHorizon(&lonely, Col({0.5, -2}));
-    std::ostringstream expected;
-    for (int i = 0; i < 2; ++i)
-        expected << "constructHorizon() WARNING: NULL neighbor facet found:" << &lonely << ", n#" << i
-                 << " of 2\n#outsideset: 1, #points: 1,\np=\n0.5 \n-2 \n\n";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), expected.str());
-    EXPECT_TRUE(steps.horizon.empty());
-    EXPECT_EQ(steps.visibleFacets, std::list<CFacet*>{&lonely});
-    steps.visibleFacets.clear();
 }
 
 namespace
@@ -249,13 +166,12 @@ struct ReferenceHull
 {
     ReferenceHull(std::size_t dim, const std::list<CMatrix<double>>& input) : d(dim), points(input) {}
     std::size_t d;
-    std::list<CMatrix<double>> points;
+    std::list<CMatrix<double>> points, A;
+    std::list<double> b;
     std::list<CFacet*> facets, visible, fresh;
     std::list<CFacetConnector*> horizon;
-    std::vector<std::unique_ptr<CFacet>> owned;
-    std::vector<std::unique_ptr<CFacetConnector>> connectors;
-    std::list<CMatrix<double>> A;
-    std::list<double> b;
+    std::list<CFacet> owned;
+    std::list<CFacetConnector> connectors;
 
     static bool Above(const CFacet* f, const CMatrix<double>& p) { return (f->getA() * p)(0, 0) > f->getb()(0, 0) + 1e-12; }
 
@@ -268,12 +184,7 @@ struct ReferenceHull
         return R;
     }
 
-    CFacet* Own(CFacet* f) { return owned.emplace_back(f).get(); }
-    static void Link(CFacet* a, CFacet* b)
-    {
-        a->addNeighbour(b);
-        b->addNeighbour(a);
-    }
+    static void Link(CFacet* a, CFacet* b) { a->addNeighbour(b), b->addNeighbour(a); }
 
     void Compute()
     {
@@ -281,7 +192,7 @@ struct ReferenceHull
         StartPoints(S);
         for (std::size_t i = 0; i <= d; ++i)
         {
-            CFacet* f = Own(new CFacet(Without(S, i)));
+            CFacet* f = &owned.emplace_back(Without(S, i));
             facets.push_front(f);
             if (Above(f, S.GetCol(i)))
                 f->flipDirection();
@@ -296,7 +207,6 @@ struct ReferenceHull
             if (f == facets.end())
                 break;
             Horizon(*f, p);
-            fresh.clear();
             Build(horizon.front(), p);
             horizon.clear();
             Distribute(fresh);
@@ -306,13 +216,8 @@ struct ReferenceHull
             visible.clear();
         }
         for (CFacet* f : facets)
-            if (std::none_of(A.begin(), A.end(), [&](const CMatrix<double>& r) {
-                    return Near(testsupport::Elements(r), testsupport::Elements(f->getA()), 1e-12);
-                }))
-            {
-                A.push_front(f->getA());
-                b.push_front(f->getb()(0, 0));
-            }
+            if (std::none_of(A.begin(), A.end(), [&](const CMatrix<double>& r) { return Near(Elements(r), Elements(f->getA()), 1e-12); }))
+                A.push_front(f->getA()), b.push_front(f->getb()(0, 0));
     }
 
     void StartPoints(CMatrix<double>& S)
@@ -322,31 +227,21 @@ struct ReferenceHull
         {
             std::vector<std::size_t> chosen;
             for (std::uint32_t i = 0; chosen.size() <= d; ++i)
-                if (TOLX::Rand15() * (1.0 / 32768.0) * double(n - i) < double(d + 1 - chosen.size()))
+                if (Rand15() * (1.0 / 32768.0) * double(n - i) < double(d + 1 - chosen.size()))
                     chosen.push_back(i);
-            std::size_t index = 0, column = 0;
-            for (const CMatrix<double>& q : points)
-                if (std::find(chosen.begin(), chosen.end(), index++) != chosen.end())
-                {
-                    for (std::size_t r = 0; r < d; ++r)
-                        S(r, column) = q(r, 0);
-                    ++column;
-                }
+            for (std::size_t column = 0; column < chosen.size() && chosen[column] < n; ++column)
+                for (std::size_t r = 0; r < d; ++r)
+                    S(r, column) = (*std::next(points.begin(), long(chosen[column])))(r, 0);
             if (CConvexHullComputer::areAffinelyIndependent(S))
                 return;
         }
-        FAIL() << "no start simplex";
+        throw std::runtime_error(kSubspace);
     }
 
     void Distribute(const std::list<CFacet*>& L)
     {
         for (CFacet* f : L)
-            points.remove_if([&](const CMatrix<double>& q) {
-                if (!Above(f, q))
-                    return false;
-                f->addToOutsideSet(q);
-                return true;
-            });
+            points.remove_if([&](const CMatrix<double>& q) { return Above(f, q) && (f->addToOutsideSet(q), true); });
         points.clear();
     }
 
@@ -362,8 +257,7 @@ struct ReferenceHull
                 if (f->hasVertex(p))
                     throw std::runtime_error(kAlreadyInside);
                 CMatrix<double> ridge = Without(f->getVertices(), i), opposite = f->getVertices().GetCol(i);
-                connectors.push_back(std::make_unique<CFacetConnector>(f, N[i], ridge, opposite));
-                horizon.push_front(connectors.back().get());
+                horizon.push_front(&connectors.emplace_back(f, N[i], ridge, opposite));
             }
             else if (std::find(visible.begin(), visible.end(), N[i]) == visible.end())
                 Horizon(N[i], p);
@@ -371,7 +265,7 @@ struct ReferenceHull
 
     void Build(CFacetConnector* c, const CMatrix<double>& p)
     {
-        CFacet* nf = Own(new CFacet(c, p));
+        CFacet* nf = &owned.emplace_back(c, p);
         fresh.push_front(nf);
         if (Above(nf, c->getReferencePoint()))
             nf->flipDirection();
@@ -382,77 +276,50 @@ struct ReferenceHull
             CMatrix<double> Q = Without(c->getVertices(), k);
             for (CFacetConnector* c2 : horizon)
                 if (c2 != c && c2->hasVertices(Q))
-                {
-                    if (CFacet* e = c2->getConstructedFacet())
-                        Link(e, nf);
-                    else
-                        Build(c2, p);
-                }
+                    c2->getConstructedFacet() ? Link(c2->getConstructedFacet(), nf) : Build(c2, p);
         }
     }
 };
-
-// The message of what the call throws, empty when it returns.
-template <class Call>
-std::string ThrownBy(Call&& call)
-{
-    try
-    {
-        call();
-    }
-    catch (const std::exception& e)
-    {
-        return e.what();
-    }
-    return "";
-}
 } // namespace
 
 TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
 {
-    using HullPoints::Shape;
-    const auto random = [](std::size_t d, std::size_t n, Shape shape, unsigned seed) {
-        return HullPoints::Rows(HullPoints::Random(d, n, shape, seed), d);
-    };
-    std::vector<Point> grid, square, prism;
-    // A grid: many coplanar facets, points on facets and duplicates.
-    for (int i = 0; i < 84; ++i)
-        grid.push_back({double(i % 4), double((i / 4) % 4), double(i % 64 / 16)});
-    for (int i = 0; i < 100; ++i)
-        square.push_back({double(i % 10), double(i / 10)});
-    // A flat prism of 30000 radius: a new facet's plane misses one of its own
+    const auto random = [](std::size_t d, std::size_t n, Shape shape, unsigned seed) { return Rows(Random(d, n, shape, seed), d); };
+    // Ten points on the plane z = x + y: every attempt at a start simplex
+    // fails, each a selection sampling of 4 of 10 indices.
+    // A grid: many coplanar facets, points on facets and duplicates. A flat
+    // prism of 30000 radius: a new facet's plane misses one of its own
     // vertices by more than 1e-12, the vertex comes back above it, is chosen
     // again and is found among the vertices of a facet it sees.
+    std::vector<Point> plane, grid, square, prism;
     for (int i = 0; i < 100; ++i)
-        prism.push_back({30000 * std::cos(2 * M_PI * (i / 2) / 50), 30000 * std::sin(2 * M_PI * (i / 2) / 50),
-                         double(i % 2)});
-    const struct
     {
-        const char* label;
-        std::vector<Point> points;
-        unsigned seed;
-        const char* thrown;
-    } cases[] = {
-        {"ball d=2", random(2, 600, Shape::Ball, 9), 13, ""},
-        {"ball d=3", random(3, 600, Shape::Ball, 10), 14, ""},
-        {"ball d=4", random(4, 600, Shape::Ball, 11), 15, ""},
-        {"ball d=5", random(5, 250, Shape::Ball, 12), 16, ""},
-        {"sphere", random(3, 400, Shape::Sphere, 3), 5, ""},
-        {"grid", grid, 8, ""},
-        {"square grid", square, 3, ""},
-        {"wide prism", prism, 5, kAlreadyInside},
+        if (i < 10)
+            plane.push_back({double(i % 4), double(i / 4), double(i % 4 + i / 4)});
+        if (i < 84)
+            grid.push_back({double(i % 4), double((i / 4) % 4), double(i % 64 / 16)});
+        square.push_back({double(i % 10), double(i / 10)});
+        prism.push_back({30000 * std::cos(2 * M_PI * (i / 2) / 50), 30000 * std::sin(2 * M_PI * (i / 2) / 50), double(i % 2)});
+    }
+    // label, points, seed of the start simplex draw, what both throw
+    const std::tuple<const char*, std::vector<Point>, unsigned, const char*> cases[] = {
+        {"ball d=2", random(2, 600, Shape::Ball, 9), 13, ""},  {"ball d=3", random(3, 600, Shape::Ball, 10), 14, ""},
+        {"ball d=4", random(4, 600, Shape::Ball, 11), 15, ""}, {"ball d=5", random(5, 250, Shape::Ball, 12), 16, ""},
+        {"sphere", random(3, 400, Shape::Sphere, 3), 5, ""},   {"grid", grid, 8, ""},
+        {"square grid", square, 3, ""},                       {"wide prism", prism, 5, kAlreadyInside},
+        {"plane", plane, 9, kSubspace},
     };
-    for (const auto& c : cases)
+    for (const auto& [label, points, seed, thrown] : cases)
     {
-        SCOPED_TRACE(c.label);
-        CConvexHullComputer hull = HullOf(c.points);
-        ReferenceHull reference(c.points.front().size(), hull.getPoints());
-        TOLX::SeedRand15(c.seed);
-        EXPECT_EQ(ThrownBy([&] { hull.compute(); }), c.thrown);
-        const int next = TOLX::Rand15();
-        TOLX::SeedRand15(c.seed);
-        EXPECT_EQ(ThrownBy([&] { reference.Compute(); }), c.thrown);
-        EXPECT_EQ(TOLX::Rand15(), next);
+        SCOPED_TRACE(label);
+        CConvexHullComputer hull = HullOf(points);
+        ReferenceHull reference(points.front().size(), hull.getPoints());
+        SeedRand15(seed);
+        EXPECT_EQ(ThrownBy([&hull] { hull.compute(); }), thrown);
+        const int next = Rand15();
+        SeedRand15(seed);
+        EXPECT_EQ(ThrownBy([&reference] { reference.Compute(); }), thrown);
+        EXPECT_EQ(Rand15(), next);
 
         // After a throw both stand mid-step with the same facets, the visible
         // ones still holding their outside sets, and the same points.
@@ -467,12 +334,12 @@ TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
             ASSERT_EQ(NeighbourIndices(f, mine), NeighbourIndices(*ref, reference.facets));
             EXPECT_EQ(Flat(f->getOutsideSet()), Flat((*ref++)->getOutsideSet()));
         }
-        if (*c.thrown)
+        if (*thrown)
             continue;
         EXPECT_EQ(Flat(hull.getA()), Flat(reference.A));
         EXPECT_EQ(hull.getb(), reference.b);
         // Whatever both constructions might share, the hull holds its input.
-        for (const Point& p : c.points)
+        for (const Point& p : points)
             ASSERT_TRUE(hull.isInside(Col(p)));
     }
 }
@@ -482,11 +349,14 @@ TEST(Hull, MatchesTheStraightforwardConstructionBitForBit)
 // neighbour slot went on naming a deleted (or deleted and reused) facet. Each
 // builds to one of the described failures or to a hull whose every non-empty
 // neighbour slot i names a listed facet holding all vertices but vertex i.
+// Each also meets empty neighbour slots, which are reported and skipped.
 // Under AddressSanitizer or valgrind no step may read a deleted facet.
 TEST(Hull, NoNeighbourSlotNamesADeletedFacet)
 {
     const double a = std::ldexp(0x1.1515151ccffffp+0, 274), e = 0x1.19799812dea11p-39;
     const Point far{a, 0x1.91a2032251p+36, -0x1.027127dcdap+35};
+    const std::regex nullNeighbourReports("(constructHorizon\\(\\) WARNING: NULL neighbor facet found:0x[0-9a-f]+, n#[0-9] of [23]\n"
+                                           "#outsideset: [0-9]+, #points: [0-9]+,\np=\n([^ \n]+ \n)+\n)+");
     const std::pair<std::uint32_t, std::vector<Point>> cases[] = {
         {1633749964u, {{0x1.ccp+6, 0x1.ac688bep+36, -0x1.13abe64p+35}, {a * 16, 0x1.44p+6, -0x1.b4p+6}, far, far, far, {0, 0, 0}}},
         {367716864u, {{0x1.ccp+6, 0x1.ac688bep+36}, {0x1.ccp+6, 0x1.ac688bep+36}, {0x1.ac688bep+36, 0}, {-0x1.359f5a7b28179p-39, 0}}},
@@ -496,11 +366,11 @@ TEST(Hull, NoNeighbourSlotNamesADeletedFacet)
     };
     for (const auto& [seed, points] : cases)
     {
-        TOLX::SeedRand15(seed);
+        SeedRand15(seed);
         CConvexHullComputer hull = HullOf(points);
         testing::internal::CaptureStderr();
-        const std::string thrown = ThrownBy([&] { hull.compute(); });
-        testing::internal::GetCapturedStderr();
+        const std::string thrown = ThrownBy([&hull] { hull.compute(); });
+        EXPECT_TRUE(std::regex_match(testing::internal::GetCapturedStderr(), nullNeighbourReports)) << seed;
         EXPECT_TRUE(thrown.empty() || thrown == kAlreadyInside || thrown == "Unable to construct a facet.") << thrown;
         const std::list<CFacet*>& facets = hull.GetFacets();
         EXPECT_FALSE(facets.empty());

@@ -3,19 +3,15 @@
 
 #include "HullPoints.h"
 #include "QhullPeer.h"
-#include "VornNumeric.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-#include <set>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #ifdef VORN_HAVE_QHULL
 
-using HullPoints::Shape;
+using namespace HullPoints;
 using testsupport::Point;
 using Plane = std::vector<double>; // n·x <= b as the d elements of n, then b
 
@@ -32,12 +28,6 @@ bool ContainsNear(const std::vector<Plane>& sorted, const Plane& p)
     return false;
 }
 
-// How many planes of a have no counterpart in the sorted b.
-std::size_t MissingCount(const std::vector<Plane>& a, const std::vector<Plane>& b)
-{
-    return std::size_t(std::count_if(a.begin(), a.end(), [&](const Plane& p) { return !ContainsNear(b, p); }));
-}
-
 // Sorted; planes within the tolerance of each other count once.
 std::vector<Plane> Distinct(std::vector<Plane> planes)
 {
@@ -49,55 +39,47 @@ std::vector<Plane> Distinct(std::vector<Plane> planes)
     return kept;
 }
 
-// Builds both hulls of the points and checks that they describe the same
-// distinct half-spaces and vertices; getVertices must list each vertex once
-// and CConvexHullHelpers::GetVertices the same set. Returns how many there are.
-std::size_t ExpectSameHulls(const std::vector<double>& coords, std::size_t dim)
-{
-    CQhullRun qhull(coords, dim);
-    TOLX::CConvexHullComputer ours = HullPoints::HullOf(HullPoints::Rows(coords, dim));
-    ours.compute();
-    EXPECT_EQ(qhull.ExitCode(), 0);
-    const std::vector<Plane> mine = HullPoints::Equations(ours);
-    const std::vector<Plane> distinctMine = Distinct(mine), theirs = Distinct(qhull.Planes());
-    EXPECT_EQ(distinctMine.size(), theirs.size());
-    EXPECT_EQ(MissingCount(mine, theirs), 0u) << "planes Qhull does not have";
-    EXPECT_EQ(MissingCount(theirs, distinctMine), 0u) << "Qhull planes we lack";
-
-    const std::vector<Point> listed = HullPoints::Flat(ours.getVertices());
-    const std::set<Point> vertices(listed.begin(), listed.end());
-    EXPECT_EQ(vertices.size(), listed.size()) << "getVertices listed a vertex twice";
-    EXPECT_TRUE(vertices == qhull.Vertices());
-    std::list<std::vector<double>> helper;
-    TOLX::CConvexHullHelpers::GetVertices(helper, ours);
-    EXPECT_EQ(std::set<Point>(helper.begin(), helper.end()), vertices);
-    return vertices.size();
-}
 } // namespace
 
-// Random sets are in general position: the vertex sets must be equal, and on
-// a sphere every point is a vertex. Sizes keep the whole comparison to a few
-// seconds in an optimised build.
+// Both hulls of each point set must describe the same distinct half-spaces
+// and, the sets being in general position, the same vertices; on a sphere
+// every point is a vertex. getVertices must list each vertex once and
+// CConvexHullHelpers::GetVertices the same set. Sizes keep the whole
+// comparison to a few seconds in an optimised build.
 TEST(HullQhull, RandomPointsGiveQhullsPlanesAndVertices)
 {
-    const struct
-    {
-        std::size_t dim, count;
-        Shape shape;
-        unsigned seed;
-    } cases[] = {
+    // dimension, count, shape, seed
+    const std::tuple<std::size_t, std::size_t, Shape, unsigned> cases[] = {
         {2, 5000, Shape::Ball, 21}, {2, 1000, Shape::Sphere, 22}, {3, 5000, Shape::Ball, 31}, {3, 1000, Shape::Sphere, 32},
         {4, 1000, Shape::Ball, 41}, {4, 200, Shape::Sphere, 42}, {5, 500, Shape::Ball, 51},  {5, 80, Shape::Sphere, 52},
     };
-    for (const auto& c : cases)
+    // How many planes of a have no counterpart in the sorted b.
+    const auto missing = [](const std::vector<Plane>& a, const std::vector<Plane>& b) {
+        return std::count_if(a.begin(), a.end(), [&](const Plane& p) { return !ContainsNear(b, p); });
+    };
+    for (const auto& [dim, count, shape, seed] : cases)
         for (bool duplicated : {false, true})
         {
-            SCOPED_TRACE(std::to_string(c.dim) + "-D, seed " + std::to_string(c.seed) + (duplicated ? ", duplicates" : ""));
-            std::vector<double> coords = HullPoints::Random(c.dim, c.count, c.shape, c.seed);
+            SCOPED_TRACE(std::to_string(dim) + "-D, seed " + std::to_string(seed) + (duplicated ? ", duplicates" : ""));
+            std::vector<double> coords = Random(dim, count, shape, seed);
             if (duplicated)
-                coords = HullPoints::WithDuplicates(coords, c.dim, 3, c.seed + 1000);
-            const std::size_t vertices = ExpectSameHulls(coords, c.dim);
-            EXPECT_TRUE(c.shape == Shape::Ball || vertices == c.count) << "every point on a sphere is a vertex";
+                coords = WithDuplicates(coords, dim, 3);
+            CQhullRun qhull(coords, dim);
+            const TOLX::CConvexHullComputer ours = Computed(Rows(coords, dim));
+            EXPECT_EQ(qhull.ExitCode(), 0);
+            const std::vector<Plane> mine = Equations(ours), distinctMine = Distinct(mine), theirs = Distinct(qhull.Planes());
+            EXPECT_EQ(distinctMine.size(), theirs.size());
+            EXPECT_EQ(missing(mine, theirs), 0) << "planes Qhull does not have";
+            EXPECT_EQ(missing(theirs, distinctMine), 0) << "Qhull planes we lack";
+
+            const std::vector<Point> listed = Flat(ours.getVertices());
+            const std::set<Point> vertices(listed.begin(), listed.end());
+            EXPECT_EQ(vertices.size(), listed.size()) << "getVertices listed a vertex twice";
+            EXPECT_TRUE(vertices == qhull.Vertices());
+            EXPECT_TRUE(shape == Shape::Ball || vertices.size() == count) << "every point on a sphere is a vertex";
+            std::list<std::vector<double>> helper;
+            TOLX::CConvexHullHelpers::GetVertices(helper, ours);
+            EXPECT_EQ(std::set<Point>(helper.begin(), helper.end()), vertices);
         }
 }
 

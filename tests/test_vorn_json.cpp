@@ -1,28 +1,23 @@
-// The tool's JSON: number texts that read back exactly, escaping, layout, and
-// host value maps rendered with their keys in insertion order.
+// The tool's JSON: number texts that read back exactly, and escaping. Its
+// layout, and host value maps rendered with their keys in insertion order, are
+// checked on the tool's output in test_vorn_cli.
 
 #include "Json.h"
 
-#include "VornNumeric.h"
-
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdlib>
-#include <limits>
-
-using vorn::CJsonWriter;
-using vorn::FormatNumber;
 
 TEST(VornJson, NumbersReadBackExactlyInTheirShortestForm)
 {
-    const double values[] = {0.1, 1.0 / 3.0, -2.5e-300, 6.02214076e23, 4.9406564584124654e-324, 1e21, 123456789.0};
-    for (const double value : values)
-        EXPECT_EQ(std::strtod(FormatNumber(value).c_str(), nullptr), value) << FormatNumber(value);
-    // No trailing digits of a binary expansion, one zero.
-    const std::pair<double, std::string> shortest[] = {{0.1, "0.1"}, {3.0, "3"}, {-0.5, "-0.5"}, {-0.0, "0"}};
-    for (const auto& [value, text] : shortest)
-        EXPECT_EQ(FormatNumber(value), text);
+    // Values, and their text where it is fixed: no trailing digits of a binary
+    // expansion, one zero.
+    const std::pair<double, std::string> cases[] = {
+        {0.1, "0.1"}, {3.0, "3"}, {-0.5, "-0.5"}, {-0.0, "0"}, {1.0 / 3.0, ""}, {-2.5e-300, ""}, {6.02214076e23, ""},
+        {4.9406564584124654e-324, ""}, {1e21, ""}, {123456789.0, ""}};
+    for (const auto& [value, text] : cases)
+        EXPECT_EQ(std::make_pair(std::strtod(vorn::FormatNumber(value).c_str(), nullptr), text.empty() ? text : vorn::FormatNumber(value)),
+                  std::make_pair(value, text));
 }
 
 TEST(VornJson, AnyBytesMakeAValidString)
@@ -39,58 +34,11 @@ TEST(VornJson, AnyBytesMakeAValidString)
         {"\xff\x80x", "\\ufffd\\ufffdx"},
         {"\xe2\x82" "A\xc3", "\\ufffd\\ufffdA\\ufffd"},
         {"\xc0\xaf\xe0\x9f\xbf", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"},
-        {"\xed\xa0\x80\xf4\x90\x80\x80", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"},
-    };
+        {"\xed\xa0\x80\xf4\x90\x80\x80", "\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd\\ufffd"}};
     for (const auto& [bytes, string] : cases)
     {
         std::string text;
-        CJsonWriter(text).String(bytes);
+        vorn::CJsonWriter(text).String(bytes);
         EXPECT_EQ(text, "\"" + string + "\"") << bytes;
     }
-}
-
-// Blocks indented, inlined containers on one line (also what they hold),
-// non-finite numbers as null, and a host map's keys in insertion order.
-TEST(VornJson, LayoutAndValueMaps)
-{
-    TOLX::CValueMap map;
-    map.SetEntry("zeta", new TOLX::CValueLong(-3));
-    auto* vector = new TOLX::CValueVector();
-    vector->SetEntry(0, new TOLX::CValueDouble(1.5));
-    vector->SetEntry(1, new TOLX::CValueDouble(std::nan("")));
-    vector->SetEntry(2, new TOLX::CValueDouble(-std::numeric_limits<double>::infinity()));
-    map.SetEntry("alpha", vector);
-    map.SetEntry("kind", new TOLX::CValueString("inertia", TOLX::CString::NPOS));
-
-    std::string text;
-    CJsonWriter json(text);
-    json.BeginObject();
-    json.Key("point");
-    json.BeginArray(true);
-    json.Number(std::numeric_limits<double>::infinity());
-    json.BeginObject(); // nested in an inlined array: stays on the line
-    json.Key("ok");
-    json.Bool(true);
-    json.EndObject();
-    json.EndArray();
-    json.Key("list");
-    json.BeginArray();
-    json.Null();
-    json.BeginObject();
-    json.EndObject();
-    vorn::WriteValue(json, map);
-    json.EndArray();
-    json.EndObject();
-    EXPECT_EQ(text, "{\n"
-                    "  \"point\": [null, {\"ok\": true}],\n"
-                    "  \"list\": [\n"
-                    "    null,\n"
-                    "    {},\n"
-                    "    {\n"
-                    "      \"zeta\": -3,\n"
-                    "      \"alpha\": [1.5, null, null],\n"
-                    "      \"kind\": \"inertia\"\n"
-                    "    }\n"
-                    "  ]\n"
-                    "}\n");
 }

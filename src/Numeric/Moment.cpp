@@ -92,6 +92,27 @@ void CMoment::Decompose()
     OrderInertia();
 }
 
+void Impl::StMomentSums::Merge(const StMomentSums& other) noexcept
+{
+    m000 += other.m000;
+    m100 += other.m100;
+    m200 += other.m200;
+    m110 += other.m110;
+    m101 += other.m101;
+    m010 += other.m010;
+    m020 += other.m020;
+    m011 += other.m011;
+    m001 += other.m001;
+    m002 += other.m002;
+}
+
+void CMoment::Merge(const CMoment& other)
+{
+    if (other.m_dimension != m_dimension)
+        TOLX_THROW_SITE(Impl::MomentSites::kMergeDimension, other.m_dimension, m_dimension);
+    m_sums.Merge(other.m_sums);
+}
+
 // Central sums, not divided by the mass.
 void CMoment::ComputeInertia()
 {
@@ -391,6 +412,19 @@ void CObjectMoment::Keep(std::size_t index, const CMoment& moment)
             r.eigenvectors[3 * i + j] = moment.m_eigenvectors(i, j);
     r.decompositionCleared = false;
     r.axesDimension = static_cast<std::int8_t>(moment.m_dimension);
+}
+
+void CObjectMoment::Merge(const CObjectMoment& other)
+{
+    if (other.m_dimension != m_dimension)
+        TOLX_THROW_SITE(Impl::MomentSites::kMergeObjectDimension, other.m_dimension, m_dimension);
+    if (other.m_sums.size() != m_sums.size())
+        TOLX_THROW_SITE(Impl::MomentSites::kMergeLabelCount, other.m_sums.size(), m_sums.size());
+    for (std::size_t label = 0; label < m_sums.size(); ++label)
+    {
+        m_sums[label].Merge(other.m_sums[label]);
+        m_pixelCounts[label] += other.m_pixelCounts[label];
+    }
 }
 
 void CObjectMoment::Reset()

@@ -31,6 +31,14 @@ static_assert(sizeof kHeaderChecks / sizeof kHeaderChecks[0] == static_cast<int>
 inline constexpr StThrowSite kEmptyCompute{"TOLX::CMoment::Compute", 89, "empty space"};
 inline constexpr StThrowSite kEmptyInertia{"TOLX::CMoment::ComputeInertia", 149, "empty space"};
 inline constexpr StThrowSite kEmptyCovariance{"TOLX::CMoment::ComputeCovariance", 206, "empty space"};
+// Merging partial results. These sites are the library's own additions: their
+// lines are fixed here once, so that a location record never moves.
+inline constexpr StThrowSite kMergeDimension{"TOLX::CMoment::Merge", 330,
+                                             "cannot merge moments of dimension %1 into dimension %2"};
+inline constexpr StThrowSite kMergeObjectDimension{"TOLX::CObjectMoment::Merge", 420,
+                                                   "cannot merge moments of dimension %1 into dimension %2"};
+inline constexpr StThrowSite kMergeLabelCount{"TOLX::CObjectMoment::Merge", 422,
+                                              "cannot merge moments of %1 labels into %2 labels"};
 } // namespace MomentSites
 } // namespace Impl
 } // namespace TOLX

@@ -3,46 +3,31 @@
 // Captures what a piece of code writes to the process's standard error.
 
 #include <cstdio>
-#include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include <unistd.h>
 
 namespace vorntest
 {
-// Runs `action` with standard error sent to a file and returns what it wrote.
+// Runs `action` with standard error sent to a temporary file and returns what
+// it wrote; standard error is restored also when `action` throws.
 inline std::string CaptureStandardError(const std::function<void()>& action)
 {
     std::fflush(stderr);
-    char name[] = "/tmp/vorn-stderr-XXXXXX";
-    const int file = mkstemp(name);
-    const int saved = dup(2);
-    dup2(file, 2);
-    const auto restore = [&] {
-        std::fflush(stderr);
-        dup2(saved, 2);
-        close(saved);
-    };
-    try
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), &std::fclose);
+    struct Restore
     {
-        action();
-    }
-    catch (...)
-    {
-        restore();
-        close(file);
-        unlink(name);
-        throw;
-    }
-    restore();
+        int saved = dup(2);
+        ~Restore() { std::fflush(stderr), dup2(saved, 2), close(saved); }
+    } restore;
+    dup2(fileno(file.get()), 2);
+    action();
+    std::fflush(stderr);
     std::string text;
-    char buffer[256];
-    lseek(file, 0, SEEK_SET);
-    for (ssize_t n; (n = read(file, buffer, sizeof buffer)) > 0;)
-        text.append(buffer, std::size_t(n));
-    close(file);
-    unlink(name);
+    std::rewind(file.get());
+    for (int c; (c = std::fgetc(file.get())) != EOF;) text += char(c);
     return text;
 }
 } // namespace vorntest

@@ -14,25 +14,14 @@ template <class Action>
 void ExpectThrowAt(Action&& action, const std::string& message, const std::string& function,
                    const std::string& file, int line)
 {
-    try
-    {
-        action();
-        ADD_FAILURE() << "no exception, expected: " << message;
-    }
+    try { action(), ADD_FAILURE() << "no exception, expected: " << message; }
     catch (const TOLX::CException& e)
     {
-        EXPECT_EQ(std::string(e.what()), message);
         const auto& at = e.Location();
-        EXPECT_EQ(at.function, function);
-        EXPECT_EQ(at.file, file);
-        EXPECT_EQ(at.line, line);
-        EXPECT_EQ(at.reserved, 0u);
-        EXPECT_EQ(at.dateTime.size(), 20u) << at.dateTime;
-        if (at.dateTime.size() == 20u)
-        {
-            EXPECT_EQ(at.dateTime[11], '-');
-            EXPECT_EQ(at.dateTime[14], ':');
-        }
+        EXPECT_EQ(std::string(e.what()), message);
+        EXPECT_TRUE(at.function == function && at.file == file && at.line == line && at.reserved == 0u)
+            << at.function << " " << at.file << ":" << at.line << " " << at.reserved;
+        EXPECT_TRUE(at.dateTime.size() == 20u && at.dateTime[11] == '-' && at.dateTime[14] == ':') << at.dateTime;
     }
 }
 
@@ -40,15 +29,8 @@ void ExpectThrowAt(Action&& action, const std::string& message, const std::strin
 template <class E, class Action>
 void ExpectStdThrow(Action&& action, const std::string& what)
 {
-    try
-    {
-        action();
-        ADD_FAILURE() << "no exception, expected: " << what;
-    }
-    catch (const E& e)
-    {
-        EXPECT_EQ(std::string(e.what()), what);
-    }
+    try { action(), ADD_FAILURE() << "no exception, expected: " << what; }
+    catch (const E& e) { EXPECT_EQ(std::string(e.what()), what); }
 }
 
 // The standard containers' subscript failure, with the text hosts expect.

@@ -1,7 +1,7 @@
 #pragma once
 
 // Reproducible point sets for comparing convex hulls, and the hull computer's
-// input and results as plain numbers. Random points are stored row by row in
+// input and results as plain numbers, its failures as text. Random points are stored row by row in
 // one flat array: point i occupies [i * dim, (i + 1) * dim).
 
 #include "Matrices.h"
@@ -13,15 +13,14 @@
 #include <list>
 #include <numeric>
 #include <random>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace HullPoints
 {
-enum class Shape
-{
-    Ball,   // uniform in the unit d-ball
-    Sphere, // uniform on the unit sphere, so every point is a hull vertex
-};
+// Uniform in the unit d-ball, or on the unit sphere (every point a hull vertex).
+enum class Shape { Ball, Sphere };
 
 inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shape, unsigned seed)
 {
@@ -29,39 +28,33 @@ inline std::vector<double> Random(std::size_t dim, std::size_t count, Shape shap
     std::normal_distribution<double> normal;
     std::uniform_real_distribution<double> uniform;
     std::vector<double> coords(dim * count);
-    for (std::size_t i = 0; i < count; ++i)
+    for (auto p = coords.begin(); p != coords.end(); p += long(dim))
     {
-        double* p = &coords[i * dim];
         double norm2 = 0.0;
         while (norm2 == 0.0)
         {
-            std::generate(p, p + dim, [&] { return normal(generator); });
-            norm2 = std::inner_product(p, p + dim, p, 0.0);
+            std::generate(p, p + long(dim), [&] { return normal(generator); });
+            norm2 = std::inner_product(p, p + long(dim), p, 0.0);
         }
         // A Gaussian vector has a uniform direction; in the ball the radius
         // has the density d r^(d-1), so it is the d-th root of a uniform draw.
         const double radius = shape == Shape::Ball ? std::pow(uniform(generator), 1.0 / double(dim)) : 1.0;
         const double scale = radius / std::sqrt(norm2);
-        for (std::size_t j = 0; j < dim; ++j)
-            p[j] *= scale;
+        std::transform(p, p + long(dim), p, [scale](double x) { return x * scale; });
     }
     return coords;
 }
 
-// Appends an exact copy of every `every`-th point and shuffles the points, so
+// Appends an exact copy of every `every`-th point, after all the points, so
 // that copies are not next to their originals.
-inline std::vector<double> WithDuplicates(const std::vector<double>& coords, std::size_t dim, std::size_t every,
-                                          unsigned seed)
+inline std::vector<double> WithDuplicates(std::vector<double> coords, std::size_t dim, std::size_t every)
 {
-    std::vector<std::size_t> order(coords.size() / dim);
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    for (std::size_t i = 0, count = order.size(); i < count; i += every)
-        order.push_back(i);
-    std::shuffle(order.begin(), order.end(), std::mt19937(seed));
-    std::vector<double> result;
-    for (std::size_t i : order)
-        result.insert(result.end(), coords.begin() + long(i * dim), coords.begin() + long((i + 1) * dim));
-    return result;
+    const std::size_t size = coords.size();
+    coords.reserve(size + size / every + dim);
+    for (std::size_t i = 0; i < size; ++i)
+        if (i / dim % every == 0)
+            coords.push_back(coords[i]);
+    return coords;
 }
 
 // The points of a flat array, one vector each.
@@ -80,6 +73,27 @@ inline TOLX::CConvexHullComputer HullOf(const std::vector<std::vector<double>>& 
     for (const std::vector<double>& p : points)
         hull.addPoint(testsupport::Col(p));
     return hull;
+}
+
+// The same, computed.
+inline TOLX::CConvexHullComputer Computed(const std::vector<std::vector<double>>& points)
+{
+    TOLX::CConvexHullComputer hull = HullOf(points);
+    hull.compute();
+    return hull;
+}
+
+// The message of what the call throws, empty when it returns.
+template <class Call>
+std::string ThrownBy(Call&& call)
+try
+{
+    call();
+    return "";
+}
+catch (const std::exception& e)
+{
+    return e.what();
 }
 
 // The elements of each matrix of a list.

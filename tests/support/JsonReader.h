@@ -26,25 +26,25 @@ struct JsonValue
         const auto member = std::find_if(members.begin(), members.end(), [&](const auto& m) { return m.first == key; });
         return member != members.end() ? member->second : throw std::out_of_range("no member " + key);
     }
-    const JsonValue& operator[](std::size_t index) const { return items.at(index); }
     std::vector<double> Numbers() const
     {
-        std::vector<double> values;
-        for (const JsonValue& item : items)
-            values.push_back(item.number);
+        std::vector<double> values(items.size());
+        std::transform(items.begin(), items.end(), values.begin(), [](const JsonValue& item) { return item.number; });
         return values;
     }
 };
 
-namespace detail
+// The whole text as one JSON value, or with `from` the value that starts at
+// *from, moved past it. Throws std::runtime_error where the text is not JSON.
+inline JsonValue ParseJson(const std::string& text, std::size_t* from = nullptr)
 {
-// The value that starts at `at`, and `at` moved past it.
-inline JsonValue ParseAt(const std::string& text, std::size_t& at)
-{
-    const auto peek = [&] { return text[at = std::min(text.find_first_not_of(" \n\t\r", at), text.size())]; };
-    const auto fail = [&] { return std::runtime_error("not JSON at " + std::to_string(at)); };
-    const auto take = [&](char c) { return peek() == c && ++at; };
-    const auto word = [&](const std::string& w) { return text.compare(at, w.size(), w) == 0 && (at += w.size()); };
+    std::size_t start = 0;
+    std::size_t& at = from ? *from : start;
+    const auto fail = [&]() -> JsonValue { throw std::runtime_error("not JSON at " + std::to_string(at)); };
+    const auto take = [&](const std::string& word) { // skips blanks, then `word` if it comes next
+        at = std::min(text.find_first_not_of(" \n\t\r", at), text.size());
+        return text.compare(at, word.size(), word) == 0 && (at += word.size());
+    };
     const auto string = [&] { // an escaped character as it is: enough for the tool's names and keys
         std::string out;
         for (char c; (c = text.at(at++)) != '"'; out += c)
@@ -53,53 +53,41 @@ inline JsonValue ParseAt(const std::string& text, std::size_t& at)
         return out;
     };
     JsonValue value;
-    const char c = peek();
-    if (take('{') || take('['))
+    if (take("{") || take("["))
     {
-        value.kind = c == '{' ? JsonValue::OBJECT : JsonValue::ARRAY;
-        const char close = c == '{' ? '}' : ']';
-        if (take(close))
-            return value;
-        do
-            if (c == '[')
-                value.items.push_back(ParseAt(text, at));
-            else if (take('"'))
-            {
-                std::string key = string();
-                if (!take(':'))
-                    throw fail();
-                value.members.emplace_back(key, ParseAt(text, at));
-            }
-            else
-                throw fail();
-        while (take(','));
-        if (!take(close))
-            throw fail();
+        const bool object = text[at - 1] == '{';
+        value.kind = object ? JsonValue::OBJECT : JsonValue::ARRAY;
+        if (!take(object ? "}" : "]"))
+        {
+            do
+                if (!object)
+                    value.items.push_back(ParseJson(text, &at));
+                else if (take("\""))
+                {
+                    std::string key = string();
+                    value.members.emplace_back(key, take(":") ? ParseJson(text, &at) : fail());
+                }
+                else
+                    fail();
+            while (take(","));
+            if (!take(object ? "}" : "]"))
+                fail();
+        }
     }
-    else if (take('"'))
+    else if (take("\""))
         value.kind = JsonValue::STRING, value.text = string();
-    else if (word("true") || word("false"))
+    else if (take("true") || take("false"))
         value.kind = JsonValue::BOOL, value.number = text[at - 2] == 'u';
-    else if (c == '-' || (c >= '0' && c <= '9')) // no NaN, Infinity or hex
+    else if (text.find_first_of("-0123456789", at) == at) // no NaN, Infinity or hex
     {
         char* end = nullptr;
-        value.kind = JsonValue::NUMBER;
-        value.number = std::strtod(text.c_str() + at, &end);
+        value.kind = JsonValue::NUMBER, value.number = std::strtod(text.c_str() + at, &end);
         at = std::size_t(end - text.c_str());
     }
-    else if (!word("null"))
-        throw fail();
-    return value;
-}
-} // namespace detail
-
-// The whole text as one JSON value; throws std::runtime_error where it is not JSON.
-inline JsonValue ParseJson(const std::string& text)
-{
-    std::size_t at = 0;
-    JsonValue value = detail::ParseAt(text, at);
-    if (text.find_first_not_of(" \n\t\r", at) != std::string::npos)
-        throw std::runtime_error("not JSON at " + std::to_string(at));
+    else if (!take("null"))
+        fail();
+    if (!from && (take(""), at != text.size()))
+        fail();
     return value;
 }
 } // namespace vorntest

@@ -18,10 +18,7 @@ template <class T = double>
 TOLX::CMatrix<T> Mat(std::size_t rows, std::size_t cols, std::initializer_list<double> rowMajor)
 {
     TOLX::CMatrix<T> m(rows, cols);
-    auto value = rowMajor.begin();
-    for (std::size_t i = 0; i < rows; ++i)
-        for (std::size_t j = 0; j < cols; ++j)
-            m(i, j) = static_cast<T>(*value++);
+    for (std::size_t k = 0; k < rows * cols; ++k) m(k / cols, k % cols) = static_cast<T>(rowMajor.begin()[k]);
     return m;
 }
 
@@ -30,18 +27,8 @@ template <class T = double>
 TOLX::CMatrix<T> FromRows(const std::vector<Point>& rows)
 {
     TOLX::CMatrix<T> m(rows.size(), rows.empty() ? 0 : rows[0].size());
-    for (std::size_t i = 0; i < m.Rows(); ++i)
-        for (std::size_t j = 0; j < m.Cols(); ++j)
-            m(i, j) = static_cast<T>(rows[i][j]);
-    return m;
-}
-
-// One point as a d-by-1 column.
-inline TOLX::CMatrix<double> Col(const Point& p)
-{
-    TOLX::CMatrix<double> m(p.size(), 1);
-    for (std::size_t i = 0; i < p.size(); ++i)
-        m(i, 0) = p[i];
+    for (std::size_t k = 0; k < m.Rows() * m.Cols(); ++k)
+        m(k / m.Cols(), k % m.Cols()) = static_cast<T>(rows[k / m.Cols()][k % m.Cols()]);
     return m;
 }
 
@@ -49,20 +36,20 @@ inline TOLX::CMatrix<double> Col(const Point& p)
 inline TOLX::CMatrix<double> Columns(const std::vector<Point>& points)
 {
     TOLX::CMatrix<double> m(points.empty() ? 0 : points[0].size(), points.size());
-    for (std::size_t j = 0; j < m.Cols(); ++j)
-        for (std::size_t i = 0; i < m.Rows(); ++i)
-            m(i, j) = points[j][i];
+    for (std::size_t k = 0; k < m.Rows() * m.Cols(); ++k)
+        m(k % m.Rows(), k / m.Rows()) = points[k / m.Rows()][k % m.Rows()];
     return m;
 }
 
+// One point as a d-by-1 column.
+inline TOLX::CMatrix<double> Col(const Point& p) { return Columns({p}); }
+
 // The elements row by row.
 template <class T>
-std::vector<T> Elements(const TOLX::CMatrix<T>& m)
+std::vector<T> Elements(const TOLX::IMatrix<T>& m)
 {
     std::vector<T> out;
-    for (std::size_t i = 0; i < m.Rows(); ++i)
-        for (std::size_t j = 0; j < m.Cols(); ++j)
-            out.push_back(m(i, j));
+    for (std::size_t k = 0; k < m.Rows() * m.Cols(); ++k) out.push_back(m(k / m.Cols(), k % m.Cols()));
     return out;
 }
 } // namespace testsupport

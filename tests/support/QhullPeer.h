@@ -31,8 +31,7 @@ public:
     CQhullRun& operator=(const CQhullRun&) = delete;
     ~CQhullRun()
     {
-        int curlong = 0;
-        int totlong = 0;
+        int curlong = 0, totlong = 0;
         qh_freeqhull(&m_qh, !qh_ALL);
         qh_memfreeshort(&m_qh, &curlong, &totlong);
     }
@@ -46,9 +45,7 @@ public:
         qhT* qh = &m_qh;
         facetT* facet = nullptr;
         FORALLfacets
-        {
             visit(static_cast<const double*>(facet->normal), double(facet->offset));
-        }
     }
 
     // One row per facet in the form n·x <= b: the d normal elements, then b.
@@ -56,9 +53,7 @@ public:
     {
         std::vector<std::vector<double>> planes;
         ForEachFacet([&](const double* normal, double offset) {
-            std::vector<double> plane(normal, normal + m_dim);
-            plane.push_back(-offset);
-            planes.push_back(plane);
+            planes.emplace_back(normal, normal + m_dim).push_back(-offset);
         });
         return planes;
     }
@@ -69,15 +64,9 @@ public:
         std::set<std::vector<double>> vertices;
         qhT* qh = &m_qh;
         facetT* facet = nullptr;
-        vertexT* vertex = nullptr;
-        vertexT** vertexp = nullptr;
+        vertexT *vertex = nullptr, **vertexp = nullptr;
         FORALLfacets
-        {
-            FOREACHvertex_(facet->vertices)
-            {
-                vertices.emplace(vertex->point, vertex->point + m_dim);
-            }
-        }
+            FOREACHvertex_(facet->vertices) vertices.emplace(vertex->point, vertex->point + m_dim);
         return vertices;
     }
 

@@ -9,26 +9,46 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <utility>
+
+#include <sys/wait.h>
 
 namespace vorntest
 {
 class VornFilesTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/vorn-test-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        m_dir = pattern;
-    }
+    void SetUp() override { ASSERT_NE(mkdtemp(m_dir.data()), nullptr); }
     void TearDown() override { std::filesystem::remove_all(m_dir); }
-
     std::string Path(const std::string& name) const { return m_dir + "/" + name; }
 
-    std::string m_dir;
+    std::string m_dir = "/tmp/vorn-test-XXXXXX";
 };
+
+// What a run of the built tool gave.
+struct ToolOutput
+{
+    int code = -1;
+    std::string out, err;
+};
+
+// Runs the built tool (VORN_TOOL_PATH) in a shell, with standard output and
+// error in files of `dir` (so not a terminal).
+inline ToolOutput RunVorn(const std::string& dir, const std::string& arguments)
+{
+    const std::string out = dir + "/stdout", err = dir + "/stderr";
+    const std::string command = std::string("'") + VORN_TOOL_PATH + "' " + arguments + " </dev/null >'" + out + "' 2>'" + err + "'";
+    const int status = std::system(command.c_str());
+    const auto slurp = [](const std::string& path) {
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
+    };
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
+}
 
 // The message and exit code of the CToolError that the call throws.
 template <class Call>

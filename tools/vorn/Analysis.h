@@ -5,6 +5,8 @@
 #include "zeblib2image/Image.h"
 
 #include <cstdint>
+#include <limits>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,63 +26,77 @@ struct LabelBox
     int xmin, ymin, zmin, xmax, ymax, zmax;
 };
 
-// What the hull of one object gave, or why there is none. The hull is built
-// in coordinates local to the object's box, and so are its counts.
-struct HullReport
+// What became of an object's hull. The first three are the rank of an object
+// whose pixels span less than the image's dimension (see DegenerateShapeName).
+enum class EnHullState : std::uint8_t
 {
-    bool available = false;
-    // Why not available: "point", "line" or "flat" for an object whose
-    // pixels span less than the image's dimension, else the library's message.
-    std::string problem;
-    std::size_t facets = 0;        // distinct facet planes
-    std::size_t vertices = 0;      // distinct hull vertices
-    std::int64_t paintedPixels = 0; // pixels whose centre lies in the hull
+    POINT = 0,
+    LINE = 1,
+    FLAT = 2,
+    HULL,    // computed
+    FAILED,  // the library refused it; the report keeps its message
+    SKIPPED  // not asked for (--no-hull)
 };
 
+// What the hull of one object gave, in pixels. The hull is built in
+// coordinates local to the object's box.
+struct HullReport
+{
+    EnHullState state = EnHullState::SKIPPED;
+    std::uint32_t planes = 0;        // distinct facet planes
+    std::uint32_t corners = 0;       // extreme points
+    std::int64_t paintedPixels = 0;  // pixels whose centre lies in the hull
+    double convexPixels = std::numeric_limits<double>::quiet_NaN(); // see PixelHullMeasure
+
+    bool Available() const { return state == EnHullState::HULL; }
+};
+
+// Small on purpose: an image may hold millions of objects.
 struct ObjectReport
 {
-    std::int64_t label = 0;
-    std::int64_t pixels = 0;
-    LabelBox box{};
-    TOLX::CTriple<double> centre;
-    // The eigenvalues of the object's tensor, largest first, one per dimension.
-    std::vector<double> principalMoments;
-    // The unit direction in which the object extends most.
-    TOLX::CTriple<double> mainAxis;
-    // Meaningful in 2-D only.
-    double excentricity = 0;
+    LabelBox box;
     HullReport hull;
+};
 
-    // Pixels ÷ pixels painted by the hull; NaN without a hull.
-    double Solidity() const;
+struct AnalysisOptions
+{
+    bool hulls = true;       // false: moments only
+    bool keepPlanes = false; // keep every hull's planes, for PaintHulls
 };
 
 struct AnalysisReport
 {
     int dimension = 0; // 2 for a single page, 3 for a stack
     int width = 0, height = 0, depth = 0;
-    int bitsPerPixel = 0;
-    std::int64_t labels = 0; // largest label + 1
-    std::vector<ObjectReport> objects; // ascending labels, only labels with pixels
-    // The moments of every label; ObjectMomentMaps renders them as the host
-    // sees them, which only a report that prints them needs.
+    std::vector<ObjectReport> objects; // object i + 1 of the index image at position i
+    // The sums of every object, by index (0 is the background).
     std::shared_ptr<const TOLX::CObjectMoment> moments;
+    std::vector<double> planes;                 // with keepPlanes: the hulls' planes, object after object
+    std::map<std::size_t, std::string> refusals; // position -> the library's message, for FAILED hulls
+
+    // Why object i has no hull: "point", "line", "flat", "not computed" or
+    // the library's message.
+    std::string HullProblem(std::size_t i) const;
 };
 
-// Analyses every non-zero label of an 8-, 16- or 32-bit label image: moments of
-// all labels in one pass, then one hull per object. Afterwards the image holds
-// the painted hulls instead of the labels: every object's hull painted in its
-// label, in ascending label order, every other pixel 0. Besides the image,
-// it holds the labels' moments and the facet planes of the hulls, no copy
-// of the image.
-AnalysisReport Analyze(TOLX::CImage& image, CProgress& progress);
+// Analyses every object of an index image (0 background, 1 .. objects): the
+// moment sums of all of them in one pass, then, unless options say
+// otherwise, one hull per object. The image is left as it is. Besides the
+// image (which it only reads) it holds the objects' sums, boxes and hull counts (a few hundred
+// bytes per object) and, with keepPlanes, the hulls' planes.
+AnalysisReport Analyze(TOLX::CImage& image, std::size_t objects, const AnalysisOptions& options,
+                       CProgress& progress);
 
-// The moment value map of each object of a report that Analyze made, in the
-// order of its objects: the object's CMoment map as the host converts it.
-std::vector<TOLX::CValueMap> ObjectMomentMaps(const AnalysisReport& report);
+// What the analysis keeps per object beside the image: its moment sums and
+// results, its report and its label.
+std::uint64_t AnalysisBytesPerObject();
 
-// The most labels an image may use. Each takes about 320 bytes of moment sums
-// and results whether or not it has pixels, and is visited by every per-label
-// pass: 2^22 labels take about 1.3 GB even when few of them are used.
-constexpr std::int64_t MAX_LABELS = std::int64_t{1} << 22;
+// Replaces the indices by the hulls of a report made with keepPlanes: the
+// image cleared, then every hull painted in its index in ascending order, so
+// that a later hull covers an earlier one where they overlap.
+void PaintHulls(TOLX::CImage& image, const AnalysisReport& report, CProgress& progress);
+
+// The moment value map of object i as the library gives it: a CMoment fed
+// the object's pixels in the order the analysis fed them, and computed.
+TOLX::CValueMap ObjectMomentMap(const TOLX::CImage& image, const AnalysisReport& report, std::size_t i);
 } // namespace vorn

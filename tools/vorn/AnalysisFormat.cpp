@@ -1,40 +1,124 @@
 #include "Format.h"
 #include "Json.h"
+#include "LabelImage.h"
+#include "Measures.h"
+#include "Progress.h"
 
 #include <cmath>
 #include <cstdio>
+#include <functional>
 
 namespace vorn
 {
 namespace
 {
-std::string Printf(const char* format, double value)
+const char* const AXIS_NAMES[] = {"x", "y", "z"};
+
+// A cell of a row: an integer (labels reach 2^63 - 1, beyond a double's
+// exact range) or a number, NaN where there is none.
+struct Cell
 {
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, format, value);
+    bool integer;
+    std::int64_t whole;
+    double number;
+};
+
+Cell Whole(std::int64_t value) { return {true, value, 0}; }
+Cell Number(double value) { return {false, 0, value}; }
+
+// A column of the text table and the CSV file: its name, the power of the
+// unit its values carry, and how an object gives its value.
+struct Column
+{
+    std::string name;
+    int unitPower;
+    std::function<Cell(std::size_t i, const ObjectMeasures&)> value;
+};
+
+std::string UnitOf(const Calibration& calibration, int power)
+{
+    return calibration.unit + (power > 1 ? "^" + std::to_string(power) : "");
+}
+
+std::vector<Column> Columns(const AnalysisReport& report, const AnalysisSource& source)
+{
+    const int d = report.dimension;
+    const std::string measure = d == 3 ? "volume" : "area";
+    std::vector<Column> columns = {
+        {"label", 0, [&source](std::size_t i, const ObjectMeasures&) { return Whole(LabelAt(*source.labels, i)); }},
+        {"pixels", 0, [](std::size_t, const ObjectMeasures& m) { return Whole(m.pixels); }},
+        {measure, d, [](std::size_t, const ObjectMeasures& m) { return Number(m.volume); }}};
+    for (int k = 0; k < d; ++k)
+        columns.push_back({std::string("centroid_") + AXIS_NAMES[k], 1,
+                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.centroid[k]); }});
+    for (int k = 0; k < d; ++k)
+        columns.push_back({"inertia_" + std::to_string(k + 1), 2,
+                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.inertia[k]); }});
+    columns.push_back({"major_axis", 1, [](std::size_t, const ObjectMeasures& m) { return Number(m.majorAxis); }});
+    columns.push_back({"minor_axis", 1, [](std::size_t, const ObjectMeasures& m) { return Number(m.minorAxis); }});
+    if (d == 2)
+        columns.push_back(
+            {"eccentricity", 0, [](std::size_t, const ObjectMeasures& m) { return Number(m.eccentricity); }});
+    for (int k = 0; k < d; ++k)
+        columns.push_back({std::string("axis_") + AXIS_NAMES[k], 0,
+                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.mainAxis[k]); }});
+    const bool hulls = report.objects.empty() || report.objects[0].hull.state != EnHullState::SKIPPED;
+    if (!hulls)
+        return columns;
+    const auto hullCount = [&report](bool corners) {
+        return [&report, corners](std::size_t i, const ObjectMeasures&) {
+            const HullReport& hull = report.objects[i].hull;
+            return hull.Available() ? Whole(corners ? hull.corners : hull.planes)
+                                    : Number(std::numeric_limits<double>::quiet_NaN());
+        };
+    };
+    columns.push_back({"planes", 0, hullCount(false)});
+    columns.push_back({"corners", 0, hullCount(true)});
+    columns.push_back({"convex_" + measure, d, [](std::size_t, const ObjectMeasures& m) { return Number(m.convexVolume); }});
+    columns.push_back({"solidity", 0, [](std::size_t, const ObjectMeasures& m) { return Number(m.solidity); }});
+    columns.push_back(
+        {"painted_solidity", 0, [](std::size_t, const ObjectMeasures& m) { return Number(m.paintedSolidity); }});
+    return columns;
+}
+
+std::string Right(const std::string& text, std::size_t width)
+{
+    return std::string(text.size() < width ? width - text.size() : 1, ' ') + text;
+}
+
+// Seven significant digits: positions to a hundredth of a pixel up to 10^5.
+std::string TableText(const Cell& cell)
+{
+    if (cell.integer)
+        return std::to_string(cell.whole);
+    if (!std::isfinite(cell.number))
+        return "n/a";
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%.7g", cell.number);
     return buffer;
 }
 
-// A column of `width` characters holding the value, or "n/a" where it is
-// not a number.
-std::string Cell(const char* format, double value, int width)
+std::string CsvText(const Cell& cell)
 {
-    const std::string text = std::isfinite(value) ? Printf(format, value) : "n/a";
-    return std::string(text.size() < std::size_t(width) ? width - text.size() : 1, ' ') + text;
+    return cell.integer ? std::to_string(cell.whole) : std::isfinite(cell.number) ? FormatNumber(cell.number) : "";
 }
 
-std::string Right(const std::string& text, int width)
+std::string SpacingText(const AnalysisReport& report, const Calibration& calibration)
 {
-    return std::string(text.size() < std::size_t(width) ? width - text.size() : 1, ' ') + text;
+    std::string text;
+    for (int k = 0; k < report.dimension; ++k)
+        text += (k ? " x " : "") + FormatNumber(calibration.spacing[k]);
+    return text;
 }
 
-const char* const AXIS_NAMES[] = {"x", "y", "z"};
-
-std::vector<double> Components(const TOLX::CTriple<double>& triple, int dimension)
+void WriteNotes(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source)
 {
-    std::vector<double> values{triple.x, triple.y, triple.z};
-    values.resize(std::size_t(dimension));
-    return values;
+    for (std::size_t i = 0; i < report.objects.size(); ++i)
+    {
+        const EnHullState state = report.objects[i].hull.state;
+        if (state != EnHullState::HULL && state != EnHullState::SKIPPED)
+            out << "label " << LabelAt(*source.labels, i) << ": no hull: " << report.HullProblem(i) << "\n";
+    }
 }
 
 std::vector<double> Corner(int x, int y, int z, int dimension)
@@ -43,126 +127,169 @@ std::vector<double> Corner(int x, int y, int z, int dimension)
     values.resize(std::size_t(dimension));
     return values;
 }
+
+std::vector<double> Head(const std::array<double, 3>& values, int dimension)
+{
+    return std::vector<double>(values.begin(), values.begin() + dimension);
+}
 } // namespace
 
-void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const std::string& source,
-                       const std::string& legend)
+void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
+                       CProgress& progress)
 {
     const int d = report.dimension;
-    out << source << ": " << report.width << "x" << report.height;
+    out << source.name << ": " << report.width << "x" << report.height;
     if (d == 3)
         out << "x" << report.depth;
-    out << ", " << d << "-D, " << report.bitsPerPixel << "-bit, " << report.objects.size() << " objects (largest label "
-        << report.labels - 1 << ")\n";
-    if (!legend.empty())
-        out << "labels: " << legend << "\n";
+    out << ", " << d << "-D, " << source.sampleType;
+    if (!source.selection.empty())
+        out << ", " << source.selection;
+    out << ", " << report.objects.size() << " objects";
+    if (!report.objects.empty())
+        out << " (largest label " << LabelAt(*source.labels, report.objects.size() - 1) << ")";
+    out << "\n";
+    const Calibration& calibration = source.calibration;
+    out << "unit: " << calibration.unit;
+    if (calibration.origin != "none")
+        out << ", pixel " << SpacingText(report, calibration) << " (" << calibration.origin << ")";
+    out << "\n";
+    if (!source.legend.empty())
+        out << "labels: " << source.legend << "\n";
 
-    std::string header = Right("label", 6) + Right("pixels", 10);
-    for (int i = 0; i < d; ++i)
-        header += Right(std::string("centre_") + AXIS_NAMES[i], 10);
-    for (int i = 0; i < d; ++i)
-        header += Right("moment_" + std::to_string(i + 1), 11);
-    for (int i = 0; i < d; ++i)
-        header += Right(std::string("axis_") + AXIS_NAMES[i], 8);
-    if (d == 2)
-        header += Right("excentricity", 13);
-    header += Right("facets", 8) + Right("vertices", 9) + Right("solidity", 9);
-    out << header << "\n";
-
-    for (const ObjectReport& object : report.objects)
+    const std::vector<Column> columns = Columns(report, source);
+    std::vector<std::size_t> widths;
+    for (const Column& column : columns)
     {
-        std::string row = Right(std::to_string(object.label), 6) + Right(std::to_string(object.pixels), 10);
-        for (const double c : Components(object.centre, d))
-            row += Cell("%.2f", c, 10);
-        for (const double m : object.principalMoments)
-            row += Cell("%.4g", m, 11);
-        for (const double a : Components(object.mainAxis, d))
-            row += Cell("%.3f", a, 8);
-        if (d == 2)
-            row += Cell("%.4g", object.excentricity, 13);
-        if (object.hull.available)
-            row += Right(std::to_string(object.hull.facets), 8) + Right(std::to_string(object.hull.vertices), 9);
-        else
-            row += Right("n/a", 8) + Right("n/a", 9);
-        row += Cell("%.3f", object.Solidity(), 9);
-        out << row << "\n";
+        widths.push_back(std::max<std::size_t>(column.name.size(), column.name == "label" ? 6 : 9) + 1);
+        out << Right(column.name, widths.back());
     }
-    for (const ObjectReport& object : report.objects)
-        if (!object.hull.available)
-            out << "label " << object.label << ": no hull: " << object.hull.problem << "\n";
+    out << "\n";
+    CProgressPass pass(progress, "writing", std::int64_t(report.objects.size()));
+    for (std::size_t i = 0; i < report.objects.size(); ++i)
+    {
+        const ObjectMeasures measures = Measure(report, i, calibration);
+        for (std::size_t c = 0; c < columns.size(); ++c)
+            out << Right(TableText(columns[c].value(i, measures)), widths[c]);
+        out << "\n";
+        pass.Advance(std::int64_t(i + 1));
+    }
+    WriteNotes(out, report, source);
 }
 
-std::string AnalysisJson(const AnalysisReport& report, const std::string& source)
+void WriteAnalysisCsv(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
+                      CProgress& progress)
+{
+    const std::vector<Column> columns = Columns(report, source);
+    for (std::size_t c = 0; c < columns.size(); ++c)
+        out << (c ? "," : "") << columns[c].name
+            << (columns[c].unitPower ? " [" + UnitOf(source.calibration, columns[c].unitPower) + "]" : "");
+    out << "\n";
+    CProgressPass pass(progress, "writing", std::int64_t(report.objects.size()));
+    for (std::size_t i = 0; i < report.objects.size(); ++i)
+    {
+        const ObjectMeasures measures = Measure(report, i, source.calibration);
+        for (std::size_t c = 0; c < columns.size(); ++c)
+            out << (c ? "," : "") << CsvText(columns[c].value(i, measures));
+        out << "\n";
+        pass.Advance(std::int64_t(i + 1));
+    }
+}
+
+void WriteAnalysisJson(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
+                       const TOLX::CImage& image, CProgress& progress)
 {
     const int d = report.dimension;
+    const std::string measure = d == 3 ? "volume" : "area";
     std::string text;
     CJsonWriter json(text);
     json.BeginObject();
     json.Key("source");
-    json.String(source);
+    json.String(source.name);
     json.Key("dimension");
     json.Integer(d);
     json.Key("size");
-    json.BeginArray(true);
-    json.Integer(report.width);
-    json.Integer(report.height);
-    if (d == 3)
-        json.Integer(report.depth);
-    json.EndArray();
-    json.Key("bits_per_pixel");
-    json.Integer(report.bitsPerPixel);
-    json.Key("labels");
-    json.Integer(report.labels);
+    WriteNumberArray(json, Corner(report.width, report.height, report.depth, d));
+    json.Key("sample_type");
+    json.String(source.sampleType);
+    if (!source.selection.empty())
+    {
+        json.Key("selection");
+        json.String(source.selection);
+    }
+    json.Key("unit");
+    json.String(source.calibration.unit);
+    json.Key("spacing");
+    WriteNumberArray(json, Head({source.calibration.spacing[0], source.calibration.spacing[1], source.calibration.spacing[2]}, d));
+    json.Key("calibration");
+    json.String(source.calibration.origin);
+    json.Key("object_count");
+    json.Integer(std::int64_t(report.objects.size()));
     json.Key("objects");
     json.BeginArray();
-    const std::vector<TOLX::CValueMap> maps = ObjectMomentMaps(report);
-    auto map = maps.begin();
-    for (const ObjectReport& object : report.objects)
+    CProgressPass pass(progress, "writing", std::int64_t(report.objects.size()));
+    for (std::size_t i = 0; i < report.objects.size(); ++i)
     {
+        const ObjectReport& object = report.objects[i];
+        const ObjectMeasures m = Measure(report, i, source.calibration);
         json.BeginObject();
         json.Key("label");
-        json.Integer(object.label);
+        json.Integer(LabelAt(*source.labels, i));
         json.Key("pixels");
-        json.Integer(object.pixels);
+        json.Integer(m.pixels);
+        json.Key(measure);
+        json.Number(m.volume);
         json.Key("box_min");
         WriteNumberArray(json, Corner(object.box.xmin, object.box.ymin, object.box.zmin, d));
         json.Key("box_max");
         WriteNumberArray(json, Corner(object.box.xmax, object.box.ymax, object.box.zmax, d));
-        json.Key("centre_of_mass");
-        WriteNumberArray(json, Components(object.centre, d));
-        json.Key("principal_moments");
-        WriteNumberArray(json, object.principalMoments);
+        json.Key("centroid");
+        WriteNumberArray(json, Head(m.centroid, d));
+        json.Key("inertia_eigenvalues");
+        WriteNumberArray(json, Head(m.inertia, d));
+        json.Key("major_axis");
+        json.Number(m.majorAxis);
+        json.Key("minor_axis");
+        json.Number(m.minorAxis);
+        json.Key("eccentricity");
+        json.Number(m.eccentricity);
         json.Key("main_axis");
-        WriteNumberArray(json, Components(object.mainAxis, d));
-        json.Key("excentricity");
-        json.Number(object.excentricity);
+        WriteNumberArray(json, Head(m.mainAxis, d));
         json.Key("hull");
-        if (object.hull.available)
+        if (object.hull.Available())
         {
             json.BeginObject(true);
-            json.Key("facets");
-            json.Integer(static_cast<std::int64_t>(object.hull.facets));
-            json.Key("vertices");
-            json.Integer(static_cast<std::int64_t>(object.hull.vertices));
+            json.Key("planes");
+            json.Integer(object.hull.planes);
+            json.Key("corners");
+            json.Integer(object.hull.corners);
             json.Key("painted_pixels");
             json.Integer(object.hull.paintedPixels);
+            json.Key("convex_" + measure);
+            json.Number(m.convexVolume);
             json.EndObject();
         }
         else
             json.Null();
         json.Key("hull_problem");
-        if (object.hull.available)
+        if (object.hull.Available())
             json.Null();
         else
-            json.String(object.hull.problem);
+            json.String(report.HullProblem(i));
         json.Key("solidity");
-        json.Number(object.Solidity());
+        json.Number(m.solidity);
+        json.Key("painted_solidity");
+        json.Number(m.paintedSolidity);
         json.Key("moments");
-        WriteValue(json, *map++);
+        WriteValue(json, ObjectMomentMap(image, report, i));
         json.EndObject();
+        // Written object by object: the whole text of millions of objects
+        // would take far more memory than the image.
+        out << text;
+        text.clear();
+        pass.Advance(std::int64_t(i + 1));
     }
     json.EndArray();
     json.EndObject();
-    return text;
+    out << text;
 }
 } // namespace vorn

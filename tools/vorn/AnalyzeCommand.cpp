@@ -3,6 +3,7 @@
 #include "Analysis.h"
 #include "Format.h"
 #include "InputFile.h"
+#include "LabelImage.h"
 #include "MemoryBudget.h"
 #include "OutputFile.h"
 #include "Progress.h"
@@ -12,12 +13,58 @@
 
 #include "zeblib2core/Exception.h"
 
-#include <memory>
+#include <cstring>
 #include <new>
 #include <optional>
 
+#include <unistd.h>
+
 namespace vorn
 {
+namespace
+{
+RawImage SampleImage()
+{
+    const TOLX::CImage volume = MakeSampleVolume();
+    RawImage raw;
+    raw.width = volume.Width();
+    raw.height = volume.Height();
+    raw.depth = volume.Depth();
+    raw.pixels = AllocatePixels(raw.PixelCount());
+    std::memcpy(raw.pixels.get(), volume.Data(), raw.PixelCount());
+    return raw;
+}
+
+std::string SampleTypeName(const RawImage& raw)
+{
+    if (raw.fileBits == 1)
+        return "1-bit";
+    return std::to_string(raw.fileBits) + "-bit " +
+           (raw.kind == EnSampleKind::FLOAT    ? "floating-point"
+            : raw.kind == EnSampleKind::SIGNED ? "signed"
+                                               : "unsigned");
+}
+
+// The file's calibration, or the one the options give.
+Calibration ChosenCalibration(const AnalyzeOptions& options, const RawImage& raw, const std::string& source)
+{
+    Calibration calibration = raw.calibration;
+    if (options.spacing.empty())
+    {
+        if (!options.unit.empty())
+            calibration.unit = options.unit;
+        return calibration;
+    }
+    if (raw.depth > 1 && options.spacing.size() < 3)
+        throw CToolError(source + " is a 3-D stack; --spacing needs X,Y,Z", CToolError::USAGE);
+    for (std::size_t k = 0; k < options.spacing.size(); ++k)
+        calibration.spacing[k] = options.spacing[k];
+    calibration.origin = "--spacing";
+    calibration.unit = !options.unit.empty() ? options.unit : raw.calibration.origin != "none" ? raw.calibration.unit : "unit";
+    return calibration;
+}
+} // namespace
+
 void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& progress)
 {
     const bool sample = options.image.empty();
@@ -33,37 +80,69 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     if (!options.paint.empty())
         CheckOutputTarget(options.paint, input ? &*input : nullptr);
 
-    const std::string source = sample ? "built-in sample volume" : options.image;
-    const std::string quotedSource = sample ? source : QuotedName(source);
+    const std::string name = sample ? "built-in sample volume" : options.image;
+    const std::string quoted = sample ? name : QuotedName(name);
     const std::uint64_t budget = options.maxMemory ? options.maxMemory : DefaultMemoryBudget();
-    const std::unique_ptr<TOLX::CImage> image =
-        sample ? std::make_unique<TOLX::CImage>(MakeSampleVolume())
-               : ReadTiff(std::move(*input), ImageLimitOf(budget, options.maxMemory != 0), progress);
+    RawImage raw = sample ? SampleImage()
+                          : ReadTiff(std::move(*input), {options.channel, options.frame},
+                                     ImageLimitOf(budget, options.maxMemory != 0), progress);
+    AnalysisSource source;
+    source.name = name;
+    source.sampleType = SampleTypeName(raw);
+    source.selection = raw.selection;
+    source.legend = sample ? SampleLegend() : "";
+    source.calibration = ChosenCalibration(options, raw, quoted);
+    // Painted hulls keep the input's sample type, unless the labels are
+    // components numbered by the tool.
+    const EnSampleKind paintKind = options.connectivity ? EnSampleKind::UNSIGNED : raw.kind;
+    const int paintBytes = raw.bytes;
 
+    LabelImage labels;
     AnalysisReport report;
     try
     {
-        report = Analyze(*image, progress);
+        labels = options.connectivity ? LabelComponents(std::move(raw), options.connectivity, progress)
+                                      : IndexLabels(std::move(raw), progress);
+        // The objects' records come beside the image, whose bytes the reader
+        // has already held to the limit.
+        const std::uint64_t objectBytes = labels.objects * AnalysisBytesPerObject();
+        const ImageMemoryLimit limit = ImageLimitOf(budget, options.maxMemory != 0);
+        if (objectBytes > budget - std::min(budget, limit.bytes))
+            throw CToolError(std::to_string(labels.objects) + " objects need " + ShowBytes(objectBytes) +
+                             " beside the image, more than " + limit.origin + " leaves for them");
+        TOLX::CImage image = labels.View();
+        report = Analyze(image, labels.objects, {options.hulls, !options.paint.empty()}, progress);
     }
     catch (const TOLX::CException& error)
     {
-        throw CToolError(quotedSource + ": " + error.what());
+        throw CToolError(quoted + ": " + error.what());
     }
     catch (const CToolError& error)
     {
-        throw CToolError(quotedSource + ": " + error.what());
+        throw CToolError(quoted + ": " + error.what());
     }
     catch (const std::bad_alloc&)
     {
-        throw CToolError(quotedSource + ": not enough memory for the analysis");
+        throw CToolError(quoted + ": not enough memory for the analysis");
     }
+    source.labels = &labels.labels;
 
+    TOLX::CImage image = labels.View();
+    // A bar between the lines of a report on the terminal would garble it.
+    CProgress silent(stderr, false, std::chrono::milliseconds(0));
+    CProgress& writing = isatty(STDOUT_FILENO) ? silent : progress;
     if (options.json)
-        out << AnalysisJson(report, source);
+        WriteAnalysisJson(out, report, source, image, writing);
+    else if (options.csv)
+        WriteAnalysisCsv(out, report, source, writing);
     else
-        WriteAnalysisText(out, report, source, sample ? SampleLegend() : "");
+        WriteAnalysisText(out, report, source, writing);
     out.flush();
     if (!options.paint.empty())
-        WriteTiff(options.paint, *image, progress);
+    {
+        PaintHulls(image, report, progress);
+        const int bytes = options.connectivity ? labels.type->BytesPerPixel() : paintBytes;
+        WriteTiff(options.paint, image, {paintKind, bytes, &labels.labels}, progress);
+    }
 }
 } // namespace vorn

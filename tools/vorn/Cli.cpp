@@ -5,7 +5,10 @@
 #include "Quote.h"
 #include "ToolError.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstddef>
+#include <cstdlib>
 
 namespace vorn
 {
@@ -36,16 +39,78 @@ struct StCommand
     void (*run)(const CommandLine& line, std::istream& in, std::ostream& out, CProgress& progress);
 };
 
+// A whole number from 1 to `largest`, for the option `name`.
+std::int64_t ParseOrdinal(const char* name, const std::string& value, std::int64_t largest)
+{
+    std::int64_t number = 0;
+    const char* end = value.data() + value.size();
+    const auto [stop, error] = std::from_chars(value.data(), end, number);
+    if (value.empty() || error != std::errc() || stop != end || number < 1 || number > largest)
+        throw CToolError(std::string("analyze: ") + name + " " + Quoted(value) + ": expected a whole number from 1 to " +
+                             std::to_string(largest),
+                         CToolError::USAGE);
+    return number;
+}
+
+// Two or three positive numbers separated by commas.
+std::vector<double> ParseSpacing(const std::string& value)
+{
+    std::vector<double> spacing;
+    std::size_t at = 0;
+    for (bool more = true; more;)
+    {
+        const std::size_t comma = std::min(value.find(',', at), value.size());
+        const std::string field = value.substr(at, comma - at);
+        char* end = nullptr;
+        const double number = std::strtod(field.c_str(), &end);
+        if (field.empty() || *end != '\0' || !(number > 0) || !std::isfinite(number))
+            throw CToolError("analyze: --spacing " + Quoted(value) + ": expected 2 or 3 positive numbers such as 0.2,0.2,0.5",
+                             CToolError::USAGE);
+        spacing.push_back(number);
+        more = comma < value.size();
+        at = comma + 1;
+    }
+    if (spacing.size() < 2 || spacing.size() > 3)
+        throw CToolError("analyze: --spacing " + Quoted(value) + ": expected 2 or 3 positive numbers such as 0.2,0.2,0.5",
+                         CToolError::USAGE);
+    return spacing;
+}
+
 const std::vector<StCommand>& Commands()
 {
     static const std::vector<StCommand> commands = {
         {"analyze",
          "moments and convex hull of every labelled object of a TIFF image\n"
-         "(one page: 2-D, a stack of pages: 3-D; 8-, 16- or 32-bit unsigned\n"
-         "pixels, the pixel value is the label, 0 is background). Without\n"
-         "IMAGE it analyses a built-in 128^3 sample volume.",
+         "(one page: 2-D, a stack of pages: 3-D; integer labels of any width,\n"
+         "signed or not, 1-bit masks, floating-point pixels holding whole\n"
+         "numbers; 0 is background). Without IMAGE it analyses a built-in\n"
+         "128^3 sample volume.",
          {{"--json", nullptr, false, "print the report as JSON, with each object's moment map",
            [](CommandLine& line, const std::string&) { line.analyze.json = true; }},
+          {"--csv", nullptr, false, "print the report as CSV: a header row, then one row\nper object",
+           [](CommandLine& line, const std::string&) { line.analyze.csv = true; }},
+          {"--no-hull", nullptr, false, "moments only: no hulls, no painting",
+           [](CommandLine& line, const std::string&) { line.analyze.hulls = false; }},
+          {"--spacing", "X,Y[,Z]", false,
+           "the pixel size in physical units (default: the file's\n"
+           "ImageJ, OME or resolution calibration, else pixels)",
+           [](CommandLine& line, const std::string& value) { line.analyze.spacing = ParseSpacing(value); }},
+          {"--unit", "NAME", false, "the name of the unit of --spacing (default: the file's)",
+           [](CommandLine& line, const std::string& value) {
+               if (value.empty())
+                   throw CToolError("analyze: --unit needs a name", CToolError::USAGE);
+               line.analyze.unit = value;
+           }},
+          {"--channel", "C", false, "the channel of a hyperstack to analyse (from 1)",
+           [](CommandLine& line, const std::string& value) { line.analyze.channel = ParseOrdinal("--channel", value, 1 << 30); }},
+          {"--frame", "T", false, "the time point of a hyperstack to analyse (from 1)",
+           [](CommandLine& line, const std::string& value) { line.analyze.frame = ParseOrdinal("--frame", value, 1 << 30); }},
+          {"--connectivity", "N", false,
+           "label the connected components of the non-zero pixels\n"
+           "first (1: neighbours across faces ... 3: all 26 in 3-D)",
+           [](CommandLine& line, const std::string& value) {
+               line.analyze.connectivity = int(ParseOrdinal("--connectivity", value, 3));
+           }},
           {"--paint", "OUT.tif", false,
            "write every object's hull, painted in its label; OUT.tif\n"
            "is replaced only once the new file is complete",
@@ -183,6 +248,8 @@ void ParseArguments(const StCommand& command, const std::vector<std::string>& ar
 }
 } // namespace
 
+std::string VersionLine() { return std::string("vorn ") + VORN_VERSION + "\n"; }
+
 std::string Usage()
 {
     std::string usage;
@@ -206,7 +273,8 @@ std::string Usage()
             usage += Indented(option.help, kHelpColumn);
         }
     }
-    return usage + "\nInput files must be regular files, not FIFOs, devices or directories.\n";
+    return usage + "\nInput files must be regular files, not FIFOs, devices or directories.\n"
+                   "vorn --version prints the version.\n";
 }
 
 CommandLine ParseCommandLine(const std::vector<std::string>& arguments)
@@ -220,11 +288,21 @@ CommandLine ParseCommandLine(const std::vector<std::string>& arguments)
     for (const std::string& argument : arguments)
         if (argument == "--help" || argument == "-h")
             return line;
+    if (arguments[0] == "--version")
+    {
+        line.command = "version";
+        return line;
+    }
     const StCommand* command = Find(arguments[0]);
     if (command == nullptr)
         throw CToolError("unknown command " + Quoted(arguments[0]) + " " + commands, CToolError::USAGE);
     line.command = command->name;
     ParseArguments(*command, arguments, line);
+    if (line.analyze.json && line.analyze.csv)
+        throw CToolError("analyze: --json and --csv exclude each other", CToolError::USAGE);
+    if (!line.analyze.hulls && !line.analyze.paint.empty())
+        throw CToolError("analyze: --no-hull and --paint exclude each other (there are no hulls to paint)",
+                         CToolError::USAGE);
     return line;
 }
 
@@ -233,6 +311,6 @@ void RunCommandLine(const CommandLine& line, std::istream& in, std::ostream& out
     if (const StCommand* command = Find(line.command))
         command->run(line, in, out, progress);
     else
-        out << Usage();
+        out << (line.command == "version" ? VersionLine() : Usage());
 }
 } // namespace vorn

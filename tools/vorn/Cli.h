@@ -14,8 +14,15 @@ struct AnalyzeOptions
 {
     std::string image; // empty: the built-in sample volume
     bool json = false;
+    bool csv = false;
+    bool hulls = true;
     std::string paint; // empty: paint nothing
     std::uint64_t maxMemory = 0; // bytes; 0: the default share of physical memory
+    std::vector<double> spacing; // empty: the file's own calibration
+    std::string unit;            // empty: the file's own unit
+    std::int64_t channel = 0;    // 1-based; 0: not chosen
+    std::int64_t frame = 0;      // 1-based; 0: not chosen
+    int connectivity = 0;        // 0: pixel values are labels
 };
 
 struct HullOptions
@@ -27,13 +34,16 @@ struct HullOptions
 
 struct CommandLine
 {
-    std::string command = "help"; // "help" or the name of one of the tool's commands
+    std::string command = "help"; // "help", "version" or the name of one of the tool's commands
     AnalyzeOptions analyze;
     HullOptions hull;
 };
 
 // The text `vorn --help` prints.
 std::string Usage();
+
+// The line `vorn --version` prints.
+std::string VersionLine();
 
 // Reads the arguments after the program name. A wrong command line is a
 // CToolError of kind USAGE.

@@ -1,6 +1,7 @@
 #include "ObjectHull.h"
 
 #include "AffineSpan.h"
+#include "HullGeometry.h"
 #include "PixelAccess.h"
 
 #include "Numeric/ConvexHullComputer.h"
@@ -87,20 +88,6 @@ TOLX::CMatrix<double> StartSimplex(const CAffineSpan& span, int dimension)
     return simplex;
 }
 
-template <class T>
-std::int64_t CountLabel(const TOLX::CImage& view, T label)
-{
-    const TOLX::CPos step = view.Step();
-    std::int64_t count = 0;
-    for (int z = 0; z < view.Depth(); ++z)
-        for (int y = 0; y < view.Height(); ++y)
-        {
-            const std::uint8_t* row = view.Data() + z * step.Z() + y * step.Y();
-            for (int x = 0; x < view.Width(); ++x)
-                count += LoadPixel<T>(row + x * step.X()) == label;
-        }
-    return count;
-}
 } // namespace
 
 TOLX::CImage BoxView(TOLX::CImage& image, const LabelBox& box)
@@ -112,7 +99,8 @@ TOLX::CImage BoxView(TOLX::CImage& image, const LabelBox& box)
                         step);
 }
 
-HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>& planes)
+HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>* planes,
+                        std::string& problem)
 {
     HullReport report;
     const CAffineSpan span = WithPixelType(view.Type(), [&](auto element) {
@@ -120,7 +108,7 @@ HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t la
     });
     if (span.Rank() < dimension)
     {
-        report.problem = DegenerateShapeName(span.Rank());
+        report.state = static_cast<EnHullState>(std::max(span.Rank(), 0)); // POINT, LINE or FLAT
         return report;
     }
     TOLX::CConvexHullComputer hull(static_cast<std::size_t>(dimension), "vorn object hull", nullptr);
@@ -134,23 +122,33 @@ HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t la
     }
     catch (const TOLX::CException& error)
     {
-        report.problem = error.what();
+        report.state = EnHullState::FAILED;
+        problem = error.what();
         return report;
     }
-    report.available = true;
-    report.facets = hull.getA().size();
-    report.vertices = hull.getVertices().size();
+    HullPlanes shape;
+    shape.dimension = dimension;
     auto offset = hull.getb().begin();
     for (const TOLX::CMatrix<double>& normal : hull.getA())
     {
-        planes.insert(planes.end(), normal.Data(), normal.Data() + dimension);
-        planes.push_back(*offset++);
+        shape.planes.insert(shape.planes.end(), normal.Data(), normal.Data() + dimension);
+        shape.planes.push_back(*offset++);
     }
+    for (const TOLX::CMatrix<double>& vertex : hull.getVertices())
+        shape.vertices.push_back({vertex.Data()[0], vertex.Data()[1], dimension == 3 ? vertex.Data()[2] : 0.0});
+    const std::vector<std::array<double, 3>> corners = Corners(shape);
+    const std::array<int, 3> size{view.Width(), view.Height(), view.Depth()};
+    report.state = EnHullState::HULL;
+    report.planes = static_cast<std::uint32_t>(shape.PlaneCount());
+    report.corners = static_cast<std::uint32_t>(corners.size());
+    report.convexPixels = PixelHullMeasure(shape, corners, {size[0] - 1, size[1] - 1, size[2] - 1});
+    report.paintedPixels = LatticePointsInside(shape, size);
+    if (planes)
+        planes->insert(planes->end(), shape.planes.begin(), shape.planes.end());
     return report;
 }
 
-std::int64_t PaintHull(TOLX::CImage& view, int dimension, std::int64_t label, const double* planes,
-                       std::size_t facets)
+void PaintHull(TOLX::CImage& view, int dimension, std::int64_t label, const double* planes, std::size_t facets)
 {
     // A computer that holds nothing but the equations paints as the one that
     // built them.
@@ -165,8 +163,5 @@ std::int64_t PaintHull(TOLX::CImage& view, int dimension, std::int64_t label, co
     }
     hull.paintConvexHullToImage(view, {0, 0, 0, view.Width() - 1, view.Height() - 1, view.Depth() - 1},
                                 static_cast<std::size_t>(label));
-    return WithPixelType(view.Type(), [&](auto element) {
-        return CountLabel(view, static_cast<decltype(element)>(label));
-    });
 }
 } // namespace vorn

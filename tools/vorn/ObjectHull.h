@@ -2,6 +2,7 @@
 
 #include "Analysis.h"
 
+#include <string>
 #include <vector>
 
 namespace vorn
@@ -15,14 +16,14 @@ TOLX::CImage BoxView(TOLX::CImage& image, const LabelBox& box);
 // The hull of the object `label` of `view` (the view of the object's box), in
 // the view's coordinates. An object whose pixels span less than the
 // dimension, which the row-end pixels decide exactly, gets no hull and the
-// problem "point", "line" or "flat". The facet planes of a hull are appended
-// to `planes`, `dimension` + 1 numbers each: the unit outward normal, then
+// state POINT, LINE or FLAT; a hull the library cannot build gets FAILED and
+// its message in `problem`. With `planes`, the hull's facet planes are
+// appended to it, `dimension` + 1 numbers each: the unit outward normal, then
 // the offset (normal . x <= offset inside).
-HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>& planes);
+HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>* planes,
+                        std::string& problem);
 
 // Paints the hull of `facets` planes (laid out as HullOfObject appends them)
-// into `view` in the label, every pixel whose centre is inside, and returns
-// how many pixels of the view hold the label afterwards.
-std::int64_t PaintHull(TOLX::CImage& view, int dimension, std::int64_t label, const double* planes,
-                       std::size_t facets);
+// into `view` in the label, every pixel whose centre is inside.
+void PaintHull(TOLX::CImage& view, int dimension, std::int64_t label, const double* planes, std::size_t facets);
 } // namespace vorn

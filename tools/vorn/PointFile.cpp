@@ -3,6 +3,8 @@
 #include "Quote.h"
 #include "ToolError.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 
@@ -12,25 +14,33 @@ namespace
 {
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
 
-// Converts one whole field; strtod alone would accept "1.5abc" (or "1.5",
-// a NUL byte and more) as 1.5.
-bool ParseField(const std::string& field, double& value, std::string& error)
+// Converts one whole field. std::from_chars takes the common spellings at
+// several times the speed of strtod and rounds the same way (both correctly);
+// what it does not take (a leading '+', hexadecimal) goes to strtod, so the
+// accepted spellings stay strtod's, and a field strtod only partly converts
+// ("1.5abc", or "1.5" with a NUL byte and more) is not a number.
+bool ParseField(const char* first, const char* last, double& value, std::string& error)
 {
-    char* end = nullptr;
-    value = std::strtod(field.c_str(), &end);
-    if (end == field.c_str() || end != field.c_str() + field.size())
+    const auto parsed = std::from_chars(first, last, value);
+    if (parsed.ec != std::errc() || parsed.ptr != last)
     {
-        error = Quoted(field) + " is not a number";
-        return false;
+        const std::string field(first, last);
+        char* end = nullptr;
+        value = std::strtod(field.c_str(), &end);
+        if (end == field.c_str() || end != field.c_str() + field.size())
+        {
+            error = Quoted(field) + " is not a number";
+            return false;
+        }
     }
     if (!std::isfinite(value))
     {
-        error = Quoted(field) + " is not a finite number";
+        error = Quoted(std::string(first, last)) + " is not a finite number";
         return false;
     }
     if (std::fabs(value) > MAX_COORDINATE)
     {
-        error = Quoted(field) + " is too large (vorn takes numbers up to 1e300 in magnitude)";
+        error = Quoted(std::string(first, last)) + " is too large (vorn takes numbers up to 1e300 in magnitude)";
         return false;
     }
     return true;
@@ -63,21 +73,20 @@ bool ReadLine(std::istream& in, std::vector<char>& buffer, std::string& line, co
 bool ParseNumbers(const std::string& line, std::vector<double>& numbers, std::string& error)
 {
     numbers.clear();
-    std::string field;
     // A comma separates two numbers: one at the start, at the end or next to
     // another comma stands for a missing value, which is an error rather than
-    // something to skip silently.
+    // something to skip silently. A '#' ends the line's numbers.
     bool commaPending = false;
-    std::size_t i = 0;
-    while (i < line.size())
+    const char* i = line.data();
+    const char* const end = i + std::min(line.size(), line.find('#'));
+    while (i < end)
     {
-        const char c = line[i];
-        if (IsBlank(c))
+        if (IsBlank(*i))
         {
             ++i;
             continue;
         }
-        if (c == ',')
+        if (*i == ',')
         {
             if (commaPending || numbers.empty())
             {
@@ -88,11 +97,11 @@ bool ParseNumbers(const std::string& line, std::vector<double>& numbers, std::st
             ++i;
             continue;
         }
-        field.clear();
-        while (i < line.size() && !IsBlank(line[i]) && line[i] != ',')
-            field += line[i++];
+        const char* const first = i;
+        while (i < end && !IsBlank(*i) && *i != ',')
+            ++i;
         double value = 0;
-        if (!ParseField(field, value, error))
+        if (!ParseField(first, i, value, error))
             return false;
         numbers.push_back(value);
         commaPending = false;

@@ -1,7 +1,9 @@
 #include "TiffIO.h"
 
+#include "LabelImage.h"
 #include "MemoryBudget.h"
 #include "OutputFile.h"
+#include "PixelAccess.h"
 #include "Progress.h"
 #include "Quote.h"
 #include "ToolError.h"
@@ -10,6 +12,7 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -39,8 +42,8 @@ namespace
 } // namespace
 
 void RequireTiff(const std::string& path) { NoTiff(path); }
-std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit&, CProgress&) { NoTiff(file.Path()); }
-void WriteTiff(const std::string& path, const TOLX::CImage&, CProgress&) { NoTiff(path); }
+RawImage ReadTiff(CInputFile file, const StackChoice&, const ImageMemoryLimit&, CProgress&) { NoTiff(file.Path()); }
+void WriteTiff(const std::string& path, const TOLX::CImage&, const LabelEncoding&, CProgress&) { NoTiff(path); }
 
 #else
 
@@ -138,6 +141,7 @@ struct Page
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint16_t bits = 0;
+    std::uint16_t format = SAMPLEFORMAT_UINT;
     bool tiled = false;
     std::uint32_t blockWidth = 0;
     std::uint32_t blockHeight = 0;
@@ -147,9 +151,13 @@ struct Page
     std::uint64_t ratio = 0;     // the largest its compression allows
     std::uint64_t workBytes = 0; // buffers beside the image while it is read
 
-    std::uint64_t PixelBytes() const { return bits / 8; }
-    std::uint64_t RowBytes() const { return width * PixelBytes(); }
-    std::uint64_t BlockBytes() const { return Product(Product(blockWidth, blockHeight), PixelBytes()); }
+    // Stored bytes of `pixels` pixels of a row; bilevel pixels are packed 8 to a byte.
+    std::uint64_t BytesFor(std::uint64_t pixels) const { return CeilDivide(Product(pixels, bits), 8); }
+    std::uint64_t RowBytes() const { return BytesFor(width); }
+    std::uint64_t BlockBytes() const { return Product(blockHeight, BytesFor(blockWidth)); }
+    // A pixel in memory: a bilevel one takes a byte.
+    std::uint64_t MemoryBytes() const { return bits == 1 ? 1 : bits / 8; }
+    std::uint64_t ImageBytes() const { return Product(Product(width, height), MemoryBytes()); }
     // What block i decodes to: a whole tile, or the rows of a strip.
     std::uint64_t DecodedBytes(std::uint64_t i) const
     {
@@ -168,26 +176,37 @@ std::string PageName(const std::string& path, std::uint64_t page)
                                       (detail.empty() ? "" : " (" + detail + ")")));
 }
 
+// "16-bit signed", "32-bit floating-point" and the like.
+std::string PixelTypeName(const Page& page)
+{
+    const std::uint16_t format = page.format;
+    return std::to_string(page.bits) + "-bit " +
+           (format == SAMPLEFORMAT_IEEEFP ? "floating-point"
+            : format == SAMPLEFORMAT_INT  ? "signed"
+            : format == SAMPLEFORMAT_UINT ? "unsigned"
+                                          : "complex or untyped");
+}
+
 // Reads the size and pixel type of the current page and refuses what is no
 // label image.
 void ReadGeometry(TIFF* tif, const std::string& where, Page& page)
 {
     std::uint16_t samples = 1;
-    std::uint16_t format = SAMPLEFORMAT_UINT;
     if (!TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &page.width) || !TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &page.height))
         throw CToolError(WithLibraryError(where + "has no image size"));
     TIFFGetFieldDefaulted(tif, TIFFTAG_BITSPERSAMPLE, &page.bits);
     TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLESPERPIXEL, &samples);
-    TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLEFORMAT, &format);
-    const std::string wanted = "; vorn reads one 8-, 16- or 32-bit unsigned integer per pixel";
+    TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLEFORMAT, &page.format);
+    const std::string wanted = "; vorn reads one integer (1 to 64 bits) or floating-point (32 or 64 bits) sample per pixel";
     if (samples != 1)
         throw CToolError(where + "has " + std::to_string(samples) + " samples per pixel (RGB or colour)" + wanted);
-    if (format == SAMPLEFORMAT_IEEEFP)
-        throw CToolError(where + "has floating-point pixels" + wanted);
-    if (format != SAMPLEFORMAT_UINT)
-        throw CToolError(where + "has signed or complex pixels" + wanted);
-    if (page.bits != 8 && page.bits != 16 && page.bits != 32)
-        throw CToolError(where + "has " + std::to_string(page.bits) + "-bit pixels" + wanted);
+    const std::uint16_t b = page.bits;
+    const bool integer = b == 8 || b == 16 || b == 32 || b == 64;
+    const bool known = page.format == SAMPLEFORMAT_UINT ? integer || b == 1
+                       : page.format == SAMPLEFORMAT_INT  ? integer
+                       : page.format == SAMPLEFORMAT_IEEEFP && (b == 32 || b == 64);
+    if (!known)
+        throw CToolError(where + "has " + PixelTypeName(page) + " pixels" + wanted);
     if (page.width == 0 || page.height == 0)
         throw CToolError(where + "has no pixels");
     if (page.width > INT32_MAX || page.height > INT32_MAX)
@@ -272,7 +291,7 @@ void ReadPage(TIFF* tif, const Page& page, std::uint8_t* out, const std::string&
     }
     const tmsize_t tileBytes = static_cast<tmsize_t>(page.BlockBytes());
     std::vector<std::uint8_t> tile(static_cast<std::size_t>(tileBytes));
-    const std::uint64_t tileRowBytes = page.blockWidth * page.PixelBytes();
+    const std::uint64_t tileRowBytes = page.BytesFor(page.blockWidth);
     for (std::uint64_t ty = 0; ty < page.down; ++ty)
         for (std::uint64_t tx = 0; tx < page.across; ++tx)
         {
@@ -281,21 +300,111 @@ void ReadPage(TIFF* tif, const Page& page, std::uint8_t* out, const std::string&
                 Corrupt(where);
             const std::uint64_t x0 = tx * page.blockWidth, y0 = ty * page.blockHeight;
             const std::uint64_t rows = std::min<std::uint64_t>(page.blockHeight, page.height - y0);
-            const std::uint64_t bytes = std::min<std::uint64_t>(page.blockWidth, page.width - x0) * page.PixelBytes();
+            // Tile widths are multiples of 16, so bilevel tiles start at whole bytes.
+            const std::uint64_t bytes = page.BytesFor(std::min<std::uint64_t>(page.blockWidth, page.width - x0));
             for (std::uint64_t r = 0; r < rows; ++r)
-                std::memcpy(out + (y0 + r) * rowBytes + x0 * page.PixelBytes(), tile.data() + r * tileRowBytes, bytes);
+                std::memcpy(out + (y0 + r) * rowBytes + page.BytesFor(x0), tile.data() + r * tileRowBytes, bytes);
         }
 }
 
-CToolError NoMemory(const std::string& path, const Page& page, int depth)
+CToolError NoMemory(const std::string& path, const Page& page, std::uint64_t depth)
 {
     return CToolError(QuotedName(path) + ": not enough memory for a " + std::to_string(page.width) + "x" +
                       std::to_string(page.height) + "x" + std::to_string(depth) + " image");
 }
 
-const TOLX::IImage::CType& TypeOfBits(std::uint16_t bits)
+std::string Plural(std::int64_t count, const char* noun)
 {
-    return bits == 8 ? TOLX::IMAGE_GREY_8 : bits == 16 ? TOLX::IMAGE_GREY_16 : TOLX::IMAGE_GREY_32;
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string Description(TIFF* tif)
+{
+    const char* text = nullptr;
+    return TIFFGetField(tif, TIFFTAG_IMAGEDESCRIPTION, &text) && text ? text : "";
+}
+
+// The calibration of the first page: its description's, else that of its
+// resolution tags when their unit is a length (a stack's slices are then
+// taken to be as far apart as its pixels are wide).
+Calibration CalibrationOf(TIFF* tif, const StackLayout& layout)
+{
+    float resolution[2] = {0, 0};
+    std::uint16_t unit = RESUNIT_INCH;
+    const bool tagged = TIFFGetField(tif, TIFFTAG_XRESOLUTION, &resolution[0]) &&
+                        TIFFGetField(tif, TIFFTAG_YRESOLUTION, &resolution[1]) && resolution[0] > 0 &&
+                        resolution[1] > 0 && std::isfinite(resolution[0]) && std::isfinite(resolution[1]);
+    TIFFGetFieldDefaulted(tif, TIFFTAG_RESOLUTIONUNIT, &unit);
+    Calibration calibration = layout.calibration;
+    if (layout.calibrated && layout.format == "OME-TIFF")
+        return calibration;
+    if (layout.calibrated && tagged) // ImageJ keeps pixels per unit in the tags
+        calibration.spacing[0] = 1.0 / resolution[0], calibration.spacing[1] = 1.0 / resolution[1];
+    if (layout.calibrated || !tagged || (unit != RESUNIT_INCH && unit != RESUNIT_CENTIMETER))
+        return calibration;
+    calibration.spacing[0] = calibration.spacing[2] = 1.0 / resolution[0];
+    calibration.spacing[1] = 1.0 / resolution[1];
+    calibration.unit = unit == RESUNIT_INCH ? "inch" : "cm";
+    calibration.origin = "TIFF resolution";
+    return calibration;
+}
+
+// The 0-based channel and frame to read, checked against the layout.
+std::pair<std::int64_t, std::int64_t> ChooseChannelAndFrame(const StackLayout& layout, const StackChoice& choice,
+                                                           const std::string& path)
+{
+    const std::string name = QuotedName(path) + ": " + (layout.format.empty() ? "the file" : "the " + layout.format);
+    const auto pick = [&](std::int64_t chosen, std::int64_t count, const char* option, const char* noun) {
+        if (chosen > count)
+            throw CToolError(name + " has " + Plural(count, noun) + "; " + option + " " + std::to_string(chosen) +
+                                 " is not one of them",
+                             CToolError::USAGE);
+        return chosen > 0 ? chosen - 1 : 0;
+    };
+    std::string missing;
+    if (layout.channels > 1 && choice.channel == 0)
+        missing = "--channel C (1 to " + std::to_string(layout.channels) + ")";
+    if (layout.frames > 1 && choice.frame == 0)
+        missing += (missing.empty() ? "" : " and ") + std::string("--frame T (1 to ") + std::to_string(layout.frames) + ")";
+    if (!missing.empty())
+        throw CToolError(name + " has " + Plural(layout.channels, "channel") + ", " + Plural(layout.slices, "slice") +
+                             " and " + Plural(layout.frames, "frame") + "; choose one with " + missing,
+                         CToolError::USAGE);
+    return {pick(choice.channel, layout.channels, "--channel", "channel"),
+            pick(choice.frame, layout.frames, "--frame", "frame")};
+}
+
+// True when the page (0-based) is a slice of the chosen channel and frame;
+// pages beyond the layout (other images of an OME file) are not.
+bool IsChosen(const StackLayout& layout, std::uint64_t page, std::int64_t channel, std::int64_t frame)
+{
+    if (layout.format.empty())
+        return true;
+    std::int64_t coordinates[3] = {0, 0, 0}; // c, z, t
+    std::uint64_t rest = page;
+    for (const char axis : layout.order)
+    {
+        const int i = axis == 'C' ? 0 : axis == 'Z' ? 1 : 2;
+        const std::int64_t size = i == 0 ? layout.channels : i == 1 ? layout.slices : layout.frames;
+        coordinates[i] = std::int64_t(rest % std::uint64_t(size));
+        rest /= std::uint64_t(size);
+    }
+    return rest == 0 && coordinates[0] == channel && coordinates[2] == frame;
+}
+
+// Unpacks bilevel rows, most significant bit first, to a byte per pixel.
+void UnpackBits(const std::vector<std::uint8_t>& packed, const Page& page, std::uint8_t* out)
+{
+    for (std::uint64_t y = 0; y < page.height; ++y)
+        for (std::uint64_t x = 0; x < page.width; ++x)
+            out[y * page.width + x] = (packed[y * page.RowBytes() + x / 8] >> (7 - x % 8)) & 1;
+}
+
+EnSampleKind KindOf(std::uint16_t format)
+{
+    return format == SAMPLEFORMAT_IEEEFP ? EnSampleKind::FLOAT
+           : format == SAMPLEFORMAT_INT  ? EnSampleKind::SIGNED
+                                         : EnSampleKind::UNSIGNED;
 }
 
 // Opens the file for libtiff, which never allocates more in one piece than the
@@ -319,18 +428,36 @@ TiffHandle OpenForReading(CInputFile& file, const ImageMemoryLimit& limit)
 }
 } // namespace
 
-std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit& limit, CProgress& progress)
+RawImage ReadTiff(CInputFile file, const StackChoice& choice, const ImageMemoryLimit& limit, CProgress& progress)
 {
     QuietLibrary();
     const std::string path = file.Path();
     const std::uint64_t fileSize = file.Size();
     const TiffHandle tif = OpenForReading(file, limit);
 
-    // First walk the pages to learn the depth and to refuse a mixed stack, or
-    // one that memory could not hold, before allocating the volume.
+    // The description of the first page says which pages are the slices to
+    // read; they are known before the walk, so that the memory check counts
+    // only them.
     const Page first = CheckPage(tif.get(), PageName(path, 0), fileSize);
+    StackLayout layout = ParseDescription(Description(tif.get()), QuotedName(path) + ": its description ");
+    if (layout.slices == 0 && layout.channels * layout.frames > 1)
+        throw CToolError(QuotedName(path) + ": the " + layout.format + " declares " +
+                         Plural(layout.channels, "channel") + " and " + Plural(layout.frames, "frame") +
+                         " but neither images= nor slices=");
+    if (layout.slices == 0)
+        layout.format.clear();
+    const auto [channel, frame] = ChooseChannelAndFrame(layout, choice, path);
+    RawImage raw;
+    raw.calibration = CalibrationOf(tif.get(), layout);
+    if (layout.channels * layout.frames > 1)
+        raw.selection = "channel " + std::to_string(channel + 1) + " of " + std::to_string(layout.channels) +
+                        ", frame " + std::to_string(frame + 1) + " of " + std::to_string(layout.frames);
+
+    // Walk the pages to learn the depth and to refuse a mixed stack, or one
+    // that memory could not hold, before allocating the volume.
     std::uint64_t pages = 1;
-    std::uint64_t workBytes = first.workBytes;
+    std::uint64_t chosen = IsChosen(layout, 0, channel, frame);
+    std::uint64_t workBytes = first.workBytes + (first.bits == 1 ? first.bytes : 0);
     std::uint64_t ratio = first.ratio;
     for (;; ++pages)
     {
@@ -339,11 +466,11 @@ std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit& 
             throw CToolError(where + "is one more than vorn's images can have");
         // Pages may share their data, so each one passing its own check does
         // not bound the whole; the file as a whole must be able to hold them.
-        const std::uint64_t imageBytes = Product(first.bytes, pages);
-        if (imageBytes > Product(fileSize, ratio))
-            Corrupt(where, "the file's " + ShowBytes(fileSize) + " cannot give the " + ShowBytes(imageBytes) +
+        const std::uint64_t storedBytes = Product(first.bytes, pages);
+        if (storedBytes > Product(fileSize, ratio))
+            Corrupt(where, "the file's " + ShowBytes(fileSize) + " cannot give the " + ShowBytes(storedBytes) +
                                " of pixels of " + std::to_string(pages) + " pages");
-        const std::uint64_t needed = Sum(imageBytes, workBytes);
+        const std::uint64_t needed = Sum(Product(first.ImageBytes(), chosen), workBytes);
         if (needed > limit.bytes)
             throw CToolError(where + "brings the image to " + ShowBytes(needed) + ", more than the " +
                              ShowBytes(limit.bytes) + " that " + limit.origin + " leaves for it");
@@ -356,57 +483,113 @@ std::unique_ptr<TOLX::CImage> ReadTiff(CInputFile file, const ImageMemoryLimit& 
             throw CToolError(next + "is " + std::to_string(page.width) + "x" + std::to_string(page.height) +
                              ", page 1 is " + std::to_string(first.width) + "x" + std::to_string(first.height) +
                              "; all pages of a stack must have one size");
-        if (page.bits != first.bits)
-            throw CToolError(next + "has " + std::to_string(page.bits) + "-bit pixels, page 1 has " +
-                             std::to_string(first.bits) + "-bit pixels; all pages of a stack must have one pixel type");
-        workBytes = std::max(workBytes, page.workBytes);
+        if (page.bits != first.bits || page.format != first.format)
+            throw CToolError(next + "has " + PixelTypeName(page) + " pixels, page 1 has " + PixelTypeName(first) +
+                             " pixels; all pages of a stack must have one pixel type");
+        workBytes = std::max(workBytes, page.workBytes + (page.bits == 1 ? page.bytes : 0));
         ratio = std::max(ratio, page.ratio);
+        chosen += IsChosen(layout, pages, channel, frame);
     }
     if (!LastLibraryError().empty())
         Corrupt(PageName(path, pages));
+    const std::int64_t declared = layout.channels * layout.slices * layout.frames;
+    if (!layout.format.empty() && std::int64_t(pages) < declared)
+        throw CToolError(QuotedName(path) + ": the " + layout.format + " declares " + std::to_string(declared) +
+                         " images (" + Plural(layout.channels, "channel") + " x " + Plural(layout.slices, "slice") +
+                         " x " + Plural(layout.frames, "frame") + "), the file has " + Plural(pages, "page"));
 
-    const int width = static_cast<int>(first.width);
-    const int height = static_cast<int>(first.height);
-    const int depth = static_cast<int>(pages);
+    raw.width = static_cast<int>(first.width);
+    raw.height = static_cast<int>(first.height);
+    raw.depth = static_cast<int>(chosen);
+    raw.kind = KindOf(first.format);
+    raw.fileBits = first.bits;
+    raw.bytes = static_cast<int>(first.MemoryBytes());
     try
     {
-        auto image = std::make_unique<TOLX::CImage>(TypeOfBits(first.bits), TOLX::CSize(width, height, depth));
-        const std::int64_t pageStep = image->Step().Z();
-        CProgressPass pass(progress, "reading", depth);
+        raw.pixels = AllocatePixels(Product(first.ImageBytes(), chosen));
+        std::vector<std::uint8_t> packed(first.bits == 1 ? first.bytes : 0);
+        CProgressPass pass(progress, "reading", raw.depth);
         // Back to the first page once, then forward page by page: setting each
         // directory by number would walk the chain from the start every time.
         if (!TIFFSetDirectory(tif.get(), 0))
             Corrupt(PageName(path, 0));
-        for (int z = 0; z < depth; ++z)
+        std::uint64_t current = 0;
+        for (int z = 0; z < raw.depth; ++z)
         {
-            const std::string where = PageName(path, static_cast<std::uint64_t>(z));
-            if (z > 0 && !TIFFReadDirectory(tif.get()))
-                Corrupt(where);
+            const std::uint64_t wanted = layout.format.empty() ? std::uint64_t(z) : layout.PageOf(channel, z, frame);
+            for (; current < wanted; ++current)
+                if (!TIFFReadDirectory(tif.get()))
+                    Corrupt(PageName(path, current + 1));
+            const std::string where = PageName(path, current);
             // The file is read a second time: it may have changed meanwhile.
             const Page page = CheckPage(tif.get(), where, fileSize);
             if (page.width != first.width || page.height != first.height || page.bits != first.bits ||
-                page.workBytes > workBytes)
+                page.format != first.format || page.workBytes > workBytes)
                 throw CToolError(where + "changed while vorn was reading the file");
-            ReadPage(tif.get(), page, image->Data() + z * pageStep, where);
+            std::uint8_t* slice = raw.pixels.get() + std::uint64_t(z) * first.ImageBytes();
+            if (first.bits == 1)
+            {
+                ReadPage(tif.get(), page, packed.data(), where);
+                UnpackBits(packed, page, slice);
+            }
+            else
+                ReadPage(tif.get(), page, slice, where);
             pass.Advance(z + 1);
         }
-        return image;
+        return raw;
     }
     catch (const std::bad_alloc&)
     {
-        throw NoMemory(path, first, depth);
+        throw NoMemory(path, first, chosen);
     }
     catch (const std::length_error&)
     {
-        throw NoMemory(path, first, depth);
+        throw NoMemory(path, first, chosen);
     }
 }
 
-void WriteTiff(const std::string& path, const TOLX::CImage& image, CProgress& progress)
+namespace
+{
+std::uint16_t FormatOf(EnSampleKind kind)
+{
+    return kind == EnSampleKind::FLOAT ? SAMPLEFORMAT_IEEEFP
+           : kind == EnSampleKind::SIGNED ? SAMPLEFORMAT_INT
+                                          : SAMPLEFORMAT_UINT;
+}
+
+template <class T>
+void Store(std::uint8_t* at, std::int64_t label)
+{
+    StorePixel<T>(at, static_cast<T>(label));
+}
+
+// Row y of slice z of an index image as the labels its indices stand for.
+void EncodeRow(const TOLX::CImage& image, int y, int z, const LabelEncoding& encoding, std::uint8_t* out)
+{
+    using Store_t = void (*)(std::uint8_t*, std::int64_t);
+    const bool isFloat = encoding.kind == EnSampleKind::FLOAT;
+    const Store_t store = isFloat ? (encoding.bytes == 4 ? Store<float> : Store<double>)
+                          : encoding.bytes == 1 ? Store<std::uint8_t>
+                          : encoding.bytes == 2 ? Store<std::uint16_t>
+                          : encoding.bytes == 4 ? Store<std::uint32_t>
+                                                : Store<std::uint64_t>;
+    const std::uint8_t* row = image.Data() + z * image.Step().Z() + y * image.Step().Y();
+    WithPixelType(image.Type(), [&](auto element) {
+        using T = decltype(element);
+        for (int x = 0; x < image.Width(); ++x)
+        {
+            const T index = LoadPixel<T>(row + x * sizeof(T));
+            store(out + std::size_t(x) * encoding.bytes, index ? LabelAt(*encoding.labels, index - 1) : 0);
+        }
+    });
+}
+} // namespace
+
+void WriteTiff(const std::string& path, const TOLX::CImage& image, const LabelEncoding& encoding, CProgress& progress)
 {
     QuietLibrary();
-    const std::uint16_t bits = static_cast<std::uint16_t>(8 * image.Type().BytesPerPixel());
-    const std::size_t rowBytes = std::size_t{static_cast<std::uint32_t>(image.Width())} * (bits / 8);
+    const std::uint16_t bits = static_cast<std::uint16_t>(8 * encoding.bytes);
+    const std::size_t rowBytes = std::size_t{static_cast<std::uint32_t>(image.Width())} * encoding.bytes;
     const std::size_t totalBytes = rowBytes * static_cast<std::size_t>(image.Height()) * static_cast<std::size_t>(image.Depth());
     // Classic TIFF addresses at most 4 GiB; larger stacks need BigTIFF.
     const bool big = totalBytes > (std::size_t{3} << 30);
@@ -422,7 +605,6 @@ void WriteTiff(const std::string& path, const TOLX::CImage& image, CProgress& pr
             close(descriptor);
         throw CToolError(WithLibraryError(failure));
     }
-    const std::int64_t pageStep = image.Step().Z();
     CProgressPass pass(progress, "writing", image.Depth());
     for (int z = 0; z < image.Depth(); ++z)
     {
@@ -431,7 +613,7 @@ void WriteTiff(const std::string& path, const TOLX::CImage& image, CProgress& pr
         TIFFSetField(t, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(image.Height()));
         TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, bits);
         TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, std::uint16_t{1});
-        TIFFSetField(t, TIFFTAG_SAMPLEFORMAT, std::uint16_t{SAMPLEFORMAT_UINT});
+        TIFFSetField(t, TIFFTAG_SAMPLEFORMAT, FormatOf(encoding.kind));
         TIFFSetField(t, TIFFTAG_PHOTOMETRIC, std::uint16_t{PHOTOMETRIC_MINISBLACK});
         TIFFSetField(t, TIFFTAG_PLANARCONFIG, std::uint16_t{PLANARCONFIG_CONTIG});
         TIFFSetField(t, TIFFTAG_COMPRESSION, std::uint16_t{COMPRESSION_NONE});
@@ -442,13 +624,14 @@ void WriteTiff(const std::string& path, const TOLX::CImage& image, CProgress& pr
         }
         const std::uint32_t rowsPerStrip = TIFFDefaultStripSize(t, 0);
         TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
-        const std::uint8_t* slice = image.Data() + z * pageStep;
         std::vector<std::uint8_t> strip(rowsPerStrip * rowBytes);
         const std::uint32_t height = static_cast<std::uint32_t>(image.Height());
         for (std::uint32_t row = 0, index = 0; row < height; row += rowsPerStrip, ++index)
         {
-            const std::size_t bytes = std::min(rowsPerStrip, height - row) * rowBytes;
-            std::memcpy(strip.data(), slice + row * rowBytes, bytes);
+            const std::uint32_t rows = std::min(rowsPerStrip, height - row);
+            for (std::uint32_t r = 0; r < rows; ++r)
+                EncodeRow(image, int(row + r), z, encoding, strip.data() + r * rowBytes);
+            const std::size_t bytes = rows * rowBytes;
             if (TIFFWriteEncodedStrip(t, index, strip.data(), static_cast<tmsize_t>(bytes)) < 0)
                 throw CToolError(WithLibraryError(failure));
         }

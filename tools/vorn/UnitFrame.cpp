@@ -9,7 +9,6 @@ namespace vorn
 CUnitFrame::CUnitFrame(const PointSet& points) : m_centre(points.dimension)
 {
     const std::size_t d = points.dimension;
-    double largestHalf = 0;
     for (std::size_t axis = 0; axis < d; ++axis)
     {
         double low = std::numeric_limits<double>::infinity();
@@ -21,8 +20,9 @@ CUnitFrame::CUnitFrame(const PointSet& points) : m_centre(points.dimension)
         }
         // Coordinates are at most 1e300 in magnitude: no sum here overflows.
         m_centre[axis] = 0.5 * (low + high);
-        largestHalf = std::max(largestHalf, 0.5 * (high - low));
+        m_extent = std::max(m_extent, high - low);
     }
+    const double largestHalf = 0.5 * m_extent;
     // largestHalf = m 2^exponent with m in [0.5, 1); 0 leaves the exponent 0.
     std::frexp(largestHalf, &m_exponent);
 }

@@ -30,9 +30,12 @@ public:
     // coordinates, from its offset in the frame: the unit normal is the same
     // in both.
     double OffsetFromUnit(const double* normal, double unitOffset) const;
+    // The set's largest extent along an axis, in its own coordinates.
+    double Extent() const { return m_extent; }
 
 private:
     std::vector<double> m_centre;
     int m_exponent = 0; // the scale is 2^m_exponent
+    double m_extent = 0;
 };
 } // namespace vorn
