@@ -258,9 +258,11 @@ OverlayPicture DrawOverlay(const TOLX::CImage& indices, const std::vector<Overla
             canvas.Line(zoom.At(double(a.x)), zoom.At(double(a.y)), zoom.At(double(b.x)), zoom.At(double(b.y)), WHITE);
             spans[k] = {std::min(spans[k][0], zoom.At(double(a.x))), std::max(spans[k][1], zoom.At(double(a.x)))};
         }
+        // An axis shorter than a pixel of the picture shows no direction.
         const double dx = object.halfLength * object.axis[0], dy = object.halfLength * object.axis[1];
-        canvas.Line(zoom.At(object.centre[0] - dx), zoom.At(object.centre[1] - dy), zoom.At(object.centre[0] + dx),
-                    zoom.At(object.centre[1] + dy), YELLOW);
+        if (std::hypot(dx, dy) * zoom.up / zoom.down >= 0.5)
+            canvas.Line(zoom.At(object.centre[0] - dx), zoom.At(object.centre[1] - dy), zoom.At(object.centre[0] + dx),
+                        zoom.At(object.centre[1] + dy), YELLOW);
     }
 
     CLabeller labeller(canvas, zoom.up >= 4 ? 2 : 1);

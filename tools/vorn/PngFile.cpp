@@ -17,17 +17,21 @@ namespace vorn
 {
 #ifndef VORN_HAVE_PNG
 
-bool PngAvailable() { return false; }
-
-void WritePng(const std::string& path, int, int, const std::vector<std::uint8_t>&)
+namespace
+{
+[[noreturn]] void NoPng(const std::string& path)
 {
     throw CToolError(QuotedName(path) + ": PNG files need libpng, and this vorn was built without it "
                                         "(install libpng-dev and rebuild)");
 }
+} // namespace
+
+void RequirePng(const std::string& path) { NoPng(path); }
+void WritePng(const std::string& path, int, int, const std::vector<std::uint8_t>&) { NoPng(path); }
 
 #else
 
-bool PngAvailable() { return true; }
+void RequirePng(const std::string&) {}
 
 namespace
 {

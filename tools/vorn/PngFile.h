@@ -6,8 +6,9 @@
 
 namespace vorn
 {
-// False when this vorn was built without libpng.
-bool PngAvailable();
+// Refuses, before any work, a PNG output when this vorn was built without
+// libpng.
+void RequirePng(const std::string& path);
 
 // Writes an 8-bit RGB picture, rows top to bottom, three bytes a pixel, as a
 // PNG file: under a temporary name, renamed into place when complete.
