@@ -393,6 +393,7 @@ TEST_F(VornCli, PointAndCommandLineErrorsAreOneLineWithExitCodes)
         {"analyze --jsn", "", "analyze: unknown option '--jsn' (see vorn --help)", 2},
         {"analyze --paint", "", "analyze: --paint needs a value", 2},
         {"analyze --paint=", "", "analyze: --paint needs a file name", 2},
+        {"analyze --overlay=", "", "analyze: --overlay needs a file name", 2},
         {"analyze a.tif b.tif", "", "analyze: more than one image given ('a.tif', 'b.tif')", 2},
         {"hull --inside", "", "hull: --inside needs a value", 2},
         {"hull a.txt -", "", "hull: more than one point file given ('a.txt', '-')", 2},
@@ -416,11 +417,12 @@ TEST_F(VornCli, UnusableImagesAndOutputsAreRefusedAndPaintIsWholeOrNothing)
     // 100000 pages of 16 MiB that all decode from the same 256 KiB.
     std::ofstream(stack, std::ios::binary) << vorntest::HandMadeTiff(
         std::vector<vorntest::HandPage>(100000, vorntest::ZERO_RUNS_PAGE), vorntest::ZeroRuns());
-    const std::string before = Slurp(image), itself = ": is the input image itself; paint the hulls into another file";
+    const std::string before = Slurp(image), itself = ": is the input image itself; write into another file";
     ExpectOneLineErrors({
         {"analyze --paint '" + image + "' '" + image + "'", "", Named(image) + itself, 1},
         {"analyze --paint '" + hardLink + "' '" + image + "'", "", Named(hardLink) + itself, 1},
         {"analyze --paint '" + softLink + "' '" + image + "'", "", Named(softLink) + itself, 1},
+        {"analyze --overlay '" + softLink + "' '" + image + "'", "", Named(softLink) + itself, 1},
         {"analyze --paint '" + directory + "' '" + image + "'", "", Named(directory) + ": cannot be written: it is a directory", 1},
         {"analyze --paint '" + Path("none/out.tif") + "' '" + image + "'", "",
          Named(Path("none/out.tif")) + ": cannot be written: directory " + Named(Path("none")) + " does not exist", 1},

@@ -7,8 +7,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <map>
+
+#ifdef VORN_HAVE_PNG
+#include <png.h>
+#endif
 
 using vorntest::JsonValue;
 using vorntest::RawPage;
@@ -160,3 +165,35 @@ TEST_F(VornMeasures, PaintKeepsTheInputsLabelsAndSampleType)
     EXPECT_EQ(std::make_tuple(painted[0].format, painted[0].bits), std::make_tuple(std::uint16_t(SAMPLEFORMAT_INT), std::uint16_t(16)));
     EXPECT_TRUE(painted[0].bytes == page.bytes);
 }
+
+#ifdef VORN_HAVE_PNG
+// A 16 x 8 image with a 3 x 3 square (label 7) and one pixel (label 9),
+// drawn 8 times enlarged (512 / 16 = 32, at most 8): pixel x spans canvas
+// 8x .. 8x + 7, its centre is at 8x + 4. The square's hull outline runs
+// through the centres of its corner pixels (canvas 20 and 36), its label "7"
+// (3 x 5 font, doubled, in a black box with a one-cell border) starts 2 to
+// the right of the hull, centred on the centroid's row 28: box from (38, 21).
+TEST_F(VornMeasures, OverlayDrawsObjectsOutlinesAndLabels)
+{
+    const auto label = [](int x, int y) { return x >= 2 && x <= 4 && y >= 2 && y <= 4 ? 7 : x == 12 && y == 5 ? 9 : 0; };
+    ASSERT_TRUE(vorntest::WriteRawTiff(Path("in.tif"), {vorntest::MakePage(16, 8, 8, label)}));
+    ASSERT_EQ(vorntest::RunVorn(m_dir, "analyze --overlay " + Path("o.png") + " " + Path("in.tif")).code, 0);
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_TRUE(png_image_begin_read_from_file(&image, Path("o.png").c_str()));
+    image.format = PNG_FORMAT_RGB;
+    std::vector<png_byte> rgb(PNG_IMAGE_SIZE(image));
+    ASSERT_TRUE(png_image_finish_read(&image, nullptr, rgb.data(), 0, nullptr));
+    ASSERT_EQ(std::make_pair(image.width, image.height), std::make_pair(128u, 64u));
+    const auto at = [&](int x, int y) { return std::array<int, 3>{rgb[3 * (y * 128 + x)], rgb[3 * (y * 128 + x) + 1], rgb[3 * (y * 128 + x) + 2]}; };
+    const std::array<int, 3> black{0, 0, 0}, white{255, 255, 255}, square = at(17, 17), dot = at(97, 41);
+    for (const auto& fill : {square, dot})
+        EXPECT_TRUE(fill != black && fill != white && at(0, 0) == black);
+    EXPECT_NE(square, dot);
+    EXPECT_EQ(at(17, 38), square); // filled pixel outside the centres' hull
+    for (const auto& [x, y] : {std::pair{20, 22}, {36, 22}, {28, 20}, {100, 44}, {40, 23}, {44, 23}})
+        EXPECT_EQ(at(x, y), white) << x << "," << y; // outlines, the one-pixel hull, the top bar of "7"
+    for (const auto& [x, y] : {std::pair{38, 21}, {40, 25}})
+        EXPECT_EQ(at(x, y), black) << x << "," << y; // the label's border, below the bar of "7"
+}
+#endif

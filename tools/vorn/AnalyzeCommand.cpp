@@ -4,7 +4,10 @@
 #include "Format.h"
 #include "InputFile.h"
 #include "LabelImage.h"
+#include "Measures.h"
 #include "MemoryBudget.h"
+#include "Overlay.h"
+#include "PngFile.h"
 #include "OutputFile.h"
 #include "Progress.h"
 #include "SampleVolume.h"
@@ -63,6 +66,24 @@ Calibration ChosenCalibration(const AnalyzeOptions& options, const RawImage& raw
     calibration.unit = !options.unit.empty() ? options.unit : raw.calibration.origin != "none" ? raw.calibration.unit : "unit";
     return calibration;
 }
+// Where the overlay draws each object's main axis: through its centroid,
+// as long as the major axis (in pixels, whatever the calibration).
+std::vector<OverlayObject> OverlayObjects(const AnalysisReport& report, const std::vector<std::int64_t>& labels)
+{
+    std::vector<OverlayObject> objects(report.objects.size());
+    for (std::size_t i = 0; i < objects.size(); ++i)
+    {
+        const ObjectMeasures measures = Measure(report, i, Calibration{});
+        OverlayObject& object = objects[i];
+        object.label = LabelAt(labels, i);
+        object.centre[0] = measures.centroid[0];
+        object.centre[1] = measures.centroid[1];
+        object.axis[0] = measures.mainAxis[0];
+        object.axis[1] = measures.mainAxis[1];
+        object.halfLength = measures.majorAxis / 2;
+    }
+    return objects;
+}
 } // namespace
 
 void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& progress)
@@ -79,6 +100,11 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
         input.emplace(CInputFile::Open(options.image));
     if (!options.paint.empty())
         CheckOutputTarget(options.paint, input ? &*input : nullptr);
+    if (!options.overlay.empty())
+    {
+        RequirePng(options.overlay);
+        CheckOutputTarget(options.overlay, input ? &*input : nullptr);
+    }
 
     const std::string name = sample ? "built-in sample volume" : options.image;
     const std::string quoted = sample ? name : QuotedName(name);
@@ -146,6 +172,11 @@ void RunAnalyze(const AnalyzeOptions& options, std::ostream& out, CProgress& pro
     else
         WriteAnalysisText(out, report, source, writing);
     out.flush();
+    if (!options.overlay.empty())
+    {
+        const OverlayPicture picture = DrawOverlay(image, OverlayObjects(report, labels.labels));
+        WritePng(options.overlay, picture.width, picture.height, picture.rgb);
+    }
     if (!options.paint.empty())
     {
         PaintHulls(image, report, progress);

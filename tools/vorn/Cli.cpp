@@ -122,6 +122,15 @@ const std::vector<StCommand>& Commands()
                    throw CToolError("analyze: --paint needs a file name", CToolError::USAGE);
                line.analyze.paint = value;
            }},
+          {"--overlay", "OUT.png", false,
+           "draw what was measured: the image (3-D: its maximum\n"
+           "projection), each object in its own colour, its hull's\n"
+           "outline, its main axis and its label",
+           [](CommandLine& line, const std::string& value) {
+               if (value.empty())
+                   throw CToolError("analyze: --overlay needs a file name", CToolError::USAGE);
+               line.analyze.overlay = value;
+           }},
           {"--max-memory", "SIZE", false,
            "refuse an image whose analysis would need more memory\n"
            "(512M, 2G, 1073741824; default: half the physical memory)",

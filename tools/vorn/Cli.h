@@ -17,6 +17,7 @@ struct AnalyzeOptions
     bool csv = false;
     bool hulls = true;
     std::string paint; // empty: paint nothing
+    std::string overlay; // empty: draw no picture
     std::uint64_t maxMemory = 0; // bytes; 0: the default share of physical memory
     std::vector<double> spacing; // empty: the file's own calibration
     std::string unit;            // empty: the file's own unit

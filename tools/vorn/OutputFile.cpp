@@ -77,7 +77,7 @@ void CheckOutputTarget(const std::string& path, const CInputFile* input)
     if (stat(path.c_str(), &status) == 0)
     {
         if (input && input->Is(status.st_dev, status.st_ino))
-            throw CToolError(QuotedName(path) + ": is the input image itself; paint the hulls into another file");
+            throw CToolError(QuotedName(path) + ": is the input image itself; write into another file");
         if (!S_ISREG(status.st_mode))
             throw CToolError(cannot + "it is " + FileKind(status.st_mode));
     }
