@@ -16,6 +16,8 @@ namespace
 std::atomic<long> g_allocations{0};
 } // namespace
 
+// Both forms are replaced: a sanitizer's runtime supplies its own array form,
+// which would not pass through the plain one.
 void* operator new(std::size_t size)
 {
     ++g_allocations;
@@ -24,12 +26,27 @@ void* operator new(std::size_t size)
     throw std::bad_alloc();
 }
 
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
 void operator delete(void* p) noexcept
 {
     std::free(p);
 }
 
 void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
+
+void operator delete[](void* p) noexcept
+{
+    std::free(p);
+}
+
+void operator delete[](void* p, std::size_t) noexcept
 {
     std::free(p);
 }
