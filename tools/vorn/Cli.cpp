@@ -41,6 +41,13 @@ struct StCommand
 };
 
 // A whole number from 1 to `largest`, for the option `name`.
+std::string FileName(const char* option, const std::string& value)
+{
+    if (value.empty())
+        throw CToolError(std::string("analyze: ") + option + " needs a file name", CToolError::USAGE);
+    return value;
+}
+
 std::int64_t ParseOrdinal(const char* name, const std::string& value, std::int64_t largest)
 {
     std::int64_t number = 0;
@@ -117,20 +124,12 @@ const std::vector<StCommand>& Commands()
           {"--paint", "OUT.tif", false,
            "write every object's hull, painted in its label; OUT.tif\n"
            "is replaced only once the new file is complete",
-           [](CommandLine& line, const std::string& value) {
-               if (value.empty())
-                   throw CToolError("analyze: --paint needs a file name", CToolError::USAGE);
-               line.analyze.paint = value;
-           }},
+           [](CommandLine& line, const std::string& value) { line.analyze.paint = FileName("--paint", value); }},
           {"--overlay", "OUT.png", false,
            "draw what was measured: the image (3-D: its maximum\n"
            "projection), each object in its own colour, its hull's\n"
            "outline, its main axis and its label",
-           [](CommandLine& line, const std::string& value) {
-               if (value.empty())
-                   throw CToolError("analyze: --overlay needs a file name", CToolError::USAGE);
-               line.analyze.overlay = value;
-           }},
+           [](CommandLine& line, const std::string& value) { line.analyze.overlay = FileName("--overlay", value); }},
           {"--max-memory", "SIZE", false,
            "refuse an image whose analysis would need more memory\n"
            "(512M, 2G, 1073741824; default: half the physical memory)",
