@@ -94,6 +94,11 @@ FAULTS = [
           '"dimension not valid, only 2 and 3 supported"',
           '"dimension not valid; only 2 and 3 supported"'),
 
+    fault("moment-merge-pixel-counts", "moment", "wrong operator",
+          "CObjectMoment::Merge: a label's pixel count replaced instead of added",
+          "src/Numeric/Moment.cpp",
+          "m_pixelCounts[label] += other.m_pixelCounts[label];",
+          "m_pixelCounts[label] = other.m_pixelCounts[label];"),
     # Geometry and the root solvers.
     fault("quadratic-root-sign", "geometry", "wrong sign",
           "RootsOfPolynom2ndOrder: first root (root + b) / 2a",
