@@ -164,6 +164,13 @@ TEST_F(VornMeasures, PaintKeepsTheInputsLabelsAndSampleType)
     ASSERT_EQ(painted.size(), 1u);
     EXPECT_EQ(std::make_tuple(painted[0].format, painted[0].bits), std::make_tuple(std::uint16_t(SAMPLEFORMAT_INT), std::uint16_t(16)));
     EXPECT_TRUE(painted[0].bytes == page.bytes);
+    // Components are painted in the narrowest type that numbers them all.
+    for (const auto& [count, bits] : {std::pair{255, 8}, {256, 16}})
+    {
+        Run({vorntest::MakePage(64, 16, 8, [&](int x, int y) { return x % 2 == 0 && y % 2 == 0 && y / 2 * 32 + x / 2 < count; })},
+            "--connectivity 1 --paint " + Path("out.tif"));
+        EXPECT_EQ(vorntest::ReadRawTiff(Path("out.tif")).at(0).bits, bits) << count;
+    }
 }
 
 #ifdef VORN_HAVE_PNG
