@@ -1,11 +1,20 @@
 """vorn.regionprops: the table of `vorn analyze --csv` from a NumPy label array."""
 
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Dict, Optional, Sequence, Union
+
 import numpy as np
+import numpy.typing as npt
 
 from . import _vorn
 
+if TYPE_CHECKING:
+    import pandas
 
-def regionprops(labels, spacing=None, hull=True):
+
+def regionprops(labels: npt.ArrayLike, spacing: Optional[Sequence[float]] = None,
+                hull: bool = True) -> Union[Dict[str, np.ndarray], pandas.DataFrame]:
     """The quantities of every object of a 2-D or 3-D label array, one row per object.
 
     labels  a 2-D or 3-D array of any integer dtype (signed or unsigned, 8 to
@@ -63,7 +72,10 @@ def regionprops(labels, spacing=None, hull=True):
       painted_solidity pixels / the pixels whose centre lies in the hull of
                        the centres: 1 for any digitally convex shape
 
-    The analysis runs without the GIL.
+    The hulls start from a random simplex (vorn.seed): the hulls do not
+    depend on it, but the last bits of convex_area / convex_volume do; seed
+    the calling thread first to get the same bits again. The analysis runs
+    without the GIL.
     """
     labels = np.asarray(labels)
     if spacing is None:
