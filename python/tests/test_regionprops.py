@@ -105,3 +105,9 @@ def test_every_integer_dtype_gives_the_same_table(dtype, monkeypatch):
 def test_bad_arguments(labels, spacing, message):
     with pytest.raises(ValueError, match="^" + message.replace("(", r"\(")):
         vorn.regionprops(labels, spacing=spacing)
+
+
+@pytest.mark.parametrize("hull", [True, False])
+def test_background_only_gives_empty_columns(hull):
+    table = vorn.regionprops(np.zeros((4, 4, 4), np.uint8), hull=hull)
+    assert len(table["label"]) == 0 and ("convex_volume" in table) == hull

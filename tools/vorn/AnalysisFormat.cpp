@@ -93,8 +93,7 @@ std::vector<AnalysisColumn> AnalysisColumns(const AnalysisReport& report, const 
     for (int k = 0; k < d; ++k)
         columns.push_back({std::string("axis_") + AXIS_NAMES[k], 0, false,
                            [k](std::size_t, const ObjectMeasures& m) { return Number(m.mainAxis[k]); }});
-    const bool hulls = report.objects.empty() || report.objects[0].hull.state != EnHullState::SKIPPED;
-    if (!hulls)
+    if (!report.hulls)
         return columns;
     const auto hullCount = [&report](bool corners) {
         return [&report, corners](std::size_t i, const ObjectMeasures&) {
