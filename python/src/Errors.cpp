@@ -1,5 +1,6 @@
 #include "Bindings.h"
 
+#include "ToolError.h"
 #include "zeblib2core/Exception.h"
 
 #include <exception>
@@ -24,6 +25,11 @@ void BindErrors()
             const TOLX::Impl::StExLocation& where = failure.Location();
             const py::object location = locationType(where.file, where.function, where.line);
             const py::object error = errorType(failure.what(), location);
+            PyErr_SetObject(errorType.ptr(), error.ptr());
+        }
+        catch (const vorn::CToolError& failure)
+        {
+            const py::object error = errorType(failure.what(), py::none());
             PyErr_SetObject(errorType.ptr(), error.ptr());
         }
     });

@@ -1,6 +1,6 @@
 """The exception the library's failures arrive as."""
 
-from typing import NamedTuple
+from typing import NamedTuple, Optional
 
 
 class Location(NamedTuple):
@@ -15,8 +15,9 @@ class Location(NamedTuple):
 class Error(ValueError):
     """A failure the library reports (a precondition of a call not met, or
     input the computation cannot use). ``str(error)`` is the library's exact
-    message; ``error.location`` says where it was raised."""
+    message; ``error.location`` says where it was raised, or is None for
+    input that vorn.regionprops refuses before the library sees it."""
 
-    def __init__(self, message: str, location: Location) -> None:
+    def __init__(self, message: str, location: Optional[Location]) -> None:
         super().__init__(message)
         self.location = location

@@ -1,12 +1,15 @@
 """Type stubs of the extension module vorn._vorn (re-exported by vorn)."""
 
-from typing import Optional, Sequence, Tuple
+from typing import Dict, List, Optional, Sequence, Tuple
 
 import numpy as np
 import numpy.typing as npt
 
 def seed(seed: int) -> None:
     """Re-seeds the calling thread's generator of hull start simplices."""
+
+def _regionprops(labels: np.ndarray, spacing: List[float], hull: bool) -> Dict[str, np.ndarray]:
+    """vorn.regionprops's table as a dict of columns; spacing in x, y, z order."""
 
 class ConvexHull:
     """The convex hull of n points in d-space (d >= 2)."""

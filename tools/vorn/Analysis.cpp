@@ -133,6 +133,7 @@ AnalysisReport Analyze(TOLX::CImage& image, std::size_t objects, const AnalysisO
     report.height = image.Height();
     report.depth = image.Depth();
     report.dimension = image.Depth() > 1 ? 3 : 2;
+    report.hulls = options.hulls;
 
     auto moments = std::make_shared<TOLX::CObjectMoment>(std::int64_t(objects) + 1, report.dimension);
     const LabelBox empty{std::numeric_limits<int>::max(), std::numeric_limits<int>::max(),

@@ -67,6 +67,7 @@ struct AnalysisOptions
 struct AnalysisReport
 {
     int dimension = 0; // 2 for a single page, 3 for a stack
+    bool hulls = true;  // computed (AnalysisOptions::hulls), also when there are no objects
     int width = 0, height = 0, depth = 0;
     std::vector<ObjectReport> objects; // object i + 1 of the index image at position i
     // The sums of every object, by index (0 is the background).

@@ -1,3 +1,4 @@
+#include "AnalysisColumns.h"
 #include "Format.h"
 #include "Json.h"
 #include "LabelImage.h"
@@ -6,7 +7,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <functional>
 
 namespace vorn
 {
@@ -14,71 +14,9 @@ namespace
 {
 const char* const AXIS_NAMES[] = {"x", "y", "z"};
 
-// A cell of a row: an integer (labels reach 2^63 - 1, beyond a double's
-// exact range) or a number, NaN where there is none.
-struct Cell
-{
-    bool integer;
-    std::int64_t whole;
-    double number;
-};
-
-Cell Whole(std::int64_t value) { return {true, value, 0}; }
-Cell Number(double value) { return {false, 0, value}; }
-
-// A column of the text table and the CSV file: its name, the power of the
-// unit its values carry, and how an object gives its value.
-struct Column
-{
-    std::string name;
-    int unitPower;
-    std::function<Cell(std::size_t i, const ObjectMeasures&)> value;
-};
-
 std::string UnitOf(const Calibration& calibration, int power)
 {
     return calibration.unit + (power > 1 ? "^" + std::to_string(power) : "");
-}
-
-std::vector<Column> Columns(const AnalysisReport& report, const AnalysisSource& source)
-{
-    const int d = report.dimension;
-    const std::string measure = d == 3 ? "volume" : "area";
-    std::vector<Column> columns = {
-        {"label", 0, [&source](std::size_t i, const ObjectMeasures&) { return Whole(LabelAt(*source.labels, i)); }},
-        {"pixels", 0, [](std::size_t, const ObjectMeasures& m) { return Whole(m.pixels); }},
-        {measure, d, [](std::size_t, const ObjectMeasures& m) { return Number(m.volume); }}};
-    for (int k = 0; k < d; ++k)
-        columns.push_back({std::string("centroid_") + AXIS_NAMES[k], 1,
-                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.centroid[k]); }});
-    for (int k = 0; k < d; ++k)
-        columns.push_back({"inertia_" + std::to_string(k + 1), 2,
-                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.inertia[k]); }});
-    columns.push_back({"major_axis", 1, [](std::size_t, const ObjectMeasures& m) { return Number(m.majorAxis); }});
-    columns.push_back({"minor_axis", 1, [](std::size_t, const ObjectMeasures& m) { return Number(m.minorAxis); }});
-    if (d == 2)
-        columns.push_back(
-            {"eccentricity", 0, [](std::size_t, const ObjectMeasures& m) { return Number(m.eccentricity); }});
-    for (int k = 0; k < d; ++k)
-        columns.push_back({std::string("axis_") + AXIS_NAMES[k], 0,
-                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.mainAxis[k]); }});
-    const bool hulls = report.objects.empty() || report.objects[0].hull.state != EnHullState::SKIPPED;
-    if (!hulls)
-        return columns;
-    const auto hullCount = [&report](bool corners) {
-        return [&report, corners](std::size_t i, const ObjectMeasures&) {
-            const HullReport& hull = report.objects[i].hull;
-            return hull.Available() ? Whole(corners ? hull.corners : hull.planes)
-                                    : Number(std::numeric_limits<double>::quiet_NaN());
-        };
-    };
-    columns.push_back({"planes", 0, hullCount(false)});
-    columns.push_back({"corners", 0, hullCount(true)});
-    columns.push_back({"convex_" + measure, d, [](std::size_t, const ObjectMeasures& m) { return Number(m.convexVolume); }});
-    columns.push_back({"solidity", 0, [](std::size_t, const ObjectMeasures& m) { return Number(m.solidity); }});
-    columns.push_back(
-        {"painted_solidity", 0, [](std::size_t, const ObjectMeasures& m) { return Number(m.paintedSolidity); }});
-    return columns;
 }
 
 std::string Right(const std::string& text, std::size_t width)
@@ -134,6 +72,44 @@ std::vector<double> Head(const std::array<double, 3>& values, int dimension)
 }
 } // namespace
 
+std::vector<AnalysisColumn> AnalysisColumns(const AnalysisReport& report, const std::vector<std::int64_t>& labels)
+{
+    const int d = report.dimension;
+    const std::string measure = d == 3 ? "volume" : "area";
+    std::vector<AnalysisColumn> columns = {
+        {"label", 0, true, [&labels](std::size_t i, const ObjectMeasures&) { return Whole(LabelAt(labels, i)); }},
+        {"pixels", 0, true, [](std::size_t, const ObjectMeasures& m) { return Whole(m.pixels); }},
+        {measure, d, false, [](std::size_t, const ObjectMeasures& m) { return Number(m.volume); }}};
+    for (int k = 0; k < d; ++k)
+        columns.push_back({std::string("centroid_") + AXIS_NAMES[k], 1, false,
+                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.centroid[k]); }});
+    for (int k = 0; k < d; ++k)
+        columns.push_back({"inertia_" + std::to_string(k + 1), 2, false,
+                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.inertia[k]); }});
+    columns.push_back({"major_axis", 1, false, [](std::size_t, const ObjectMeasures& m) { return Number(m.majorAxis); }});
+    columns.push_back({"minor_axis", 1, false, [](std::size_t, const ObjectMeasures& m) { return Number(m.minorAxis); }});
+    if (d == 2)
+        columns.push_back({"eccentricity", 0, false, [](std::size_t, const ObjectMeasures& m) { return Number(m.eccentricity); }});
+    for (int k = 0; k < d; ++k)
+        columns.push_back({std::string("axis_") + AXIS_NAMES[k], 0, false,
+                           [k](std::size_t, const ObjectMeasures& m) { return Number(m.mainAxis[k]); }});
+    if (!report.hulls)
+        return columns;
+    const auto hullCount = [&report](bool corners) {
+        return [&report, corners](std::size_t i, const ObjectMeasures&) {
+            const HullReport& hull = report.objects[i].hull;
+            return hull.Available() ? Whole(corners ? hull.corners : hull.planes)
+                                    : Number(std::numeric_limits<double>::quiet_NaN());
+        };
+    };
+    columns.push_back({"planes", 0, false, hullCount(false)});
+    columns.push_back({"corners", 0, false, hullCount(true)});
+    columns.push_back({"convex_" + measure, d, false, [](std::size_t, const ObjectMeasures& m) { return Number(m.convexVolume); }});
+    columns.push_back({"solidity", 0, false, [](std::size_t, const ObjectMeasures& m) { return Number(m.solidity); }});
+    columns.push_back({"painted_solidity", 0, false, [](std::size_t, const ObjectMeasures& m) { return Number(m.paintedSolidity); }});
+    return columns;
+}
+
 void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
                        CProgress& progress)
 {
@@ -156,9 +132,9 @@ void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const An
     if (!source.legend.empty())
         out << "labels: " << source.legend << "\n";
 
-    const std::vector<Column> columns = Columns(report, source);
+    const std::vector<AnalysisColumn> columns = AnalysisColumns(report, *source.labels);
     std::vector<std::size_t> widths;
-    for (const Column& column : columns)
+    for (const AnalysisColumn& column : columns)
     {
         widths.push_back(std::max<std::size_t>(column.name.size(), column.name == "label" ? 6 : 9) + 1);
         out << Right(column.name, widths.back());
@@ -179,7 +155,7 @@ void WriteAnalysisText(std::ostream& out, const AnalysisReport& report, const An
 void WriteAnalysisCsv(std::ostream& out, const AnalysisReport& report, const AnalysisSource& source,
                       CProgress& progress)
 {
-    const std::vector<Column> columns = Columns(report, source);
+    const std::vector<AnalysisColumn> columns = AnalysisColumns(report, *source.labels);
     for (std::size_t c = 0; c < columns.size(); ++c)
         out << (c ? "," : "") << columns[c].name
             << (columns[c].unitPower ? " [" + UnitOf(source.calibration, columns[c].unitPower) + "]" : "");
