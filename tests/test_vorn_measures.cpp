@@ -167,7 +167,7 @@ TEST_F(VornMeasures, PaintKeepsTheInputsLabelsAndSampleType)
     // Components are painted in the narrowest type that numbers them all.
     for (const auto& [count, bits] : {std::pair{255, 8}, {256, 16}})
     {
-        Run({vorntest::MakePage(64, 16, 8, [&](int x, int y) { return x % 2 == 0 && y % 2 == 0 && y / 2 * 32 + x / 2 < count; })},
+        Run({vorntest::MakePage(64, 16, 8, [&, count = count](int x, int y) { return x % 2 == 0 && y % 2 == 0 && y / 2 * 32 + x / 2 < count; })},
             "--connectivity 1 --paint " + Path("out.tif"));
         EXPECT_EQ(vorntest::ReadRawTiff(Path("out.tif")).at(0).bits, bits) << count;
     }
