@@ -1,5 +1,6 @@
 """The library's failures arrive as vorn.Error with its exact message and
-location record; the binding's own argument checks as plain ValueError."""
+location record (one site of each kind: the C++ tests check every site);
+the binding's own argument checks as plain ValueError."""
 
 import numpy as np
 import pytest
@@ -10,22 +11,13 @@ HULL = "src/Numeric/ConvexHullComputer.cpp"
 MOMENT_H, MOMENT_CPP = "src/Numeric/Moment.h", "src/Numeric/Moment.cpp"
 
 
-def merge_3d_into_2d():
-    vorn.Moment(2).merge(vorn.Moment(3))
-
-
 @pytest.mark.parametrize("action, message, location", [
     (lambda: vorn.Moment(4), "dimension not valid, only 2 and 3 supported", (MOMENT_H, "TOLX::CMoment::CMoment", 72)),
     (lambda: vorn.Moment(3).compute_inertia(), "empty space", (MOMENT_CPP, "TOLX::CMoment::ComputeInertia", 149)),
-    (lambda: vorn.Moment(2).compute_covariance(), "empty space",
-     (MOMENT_CPP, "TOLX::CMoment::ComputeCovariance", 206)),
-    (merge_3d_into_2d, "cannot merge moments of dimension 3 into dimension 2", (MOMENT_CPP, "TOLX::CMoment::Merge", 330)),
+    (lambda: vorn.Moment(2).merge(vorn.Moment(3)), "cannot merge moments of dimension 3 into dimension 2", (MOMENT_CPP, "TOLX::CMoment::Merge", 330)),
     (lambda: vorn.ConvexHull([[0, 0, 0], [1, 1, 1]]),
      "Will not be able to find any affinely independentpoints. Pointset contains only 2 points.",
      (HULL, "TOLX::CConvexHullComputer::getStartPoints", 166)),
-    (lambda: vorn.ConvexHull([[x, y, x + y] for x in range(5) for y in range(2)]),
-     "Could not find any affinely independent points. Maybe your data form an affine subspace.",
-     (HULL, "TOLX::CConvexHullComputer::getStartPoints", 198)),
 ])
 def test_library_failures(action, message, location):
     with pytest.raises(vorn.Error) as raised:

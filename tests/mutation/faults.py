@@ -1,13 +1,7 @@
-"""The faults mutate.py plants, one at a time.
-
-Each fault replaces `original`, which must occur exactly once in `file`
-(relative to the repository), with `replacement`. Every fault compiles with
--Werror and changes what the code does for some input the library or the
-tool accepts; `kind` names the sort of slip it stands for. Faults that could
-only make a loop run forever (a sort that swaps equal values, a rotation
-that no longer converges) are left out: they would cost the suite's timeout
-instead of showing a failing test.
-"""
+# The faults mutate.py plants, one at a time: each replaces `original`, found
+# exactly once in `file`, with `replacement`; each compiles with -Werror and
+# changes what the code does for some accepted input. Faults that could only
+# make a loop run forever are left out (they would cost the suite's timeout).
 
 
 def fault(id, subsystem, kind, description, file, original, replacement):

@@ -61,19 +61,14 @@ def git_output(cwd, *arguments):
 
 
 def select_faults(args):
-    if args.only:
-        wanted = set(args.only.split(","))
-        unknown = wanted - {fault["subsystem"] for fault in FAULTS}
-        chosen = [fault for fault in FAULTS if fault["subsystem"] in wanted]
-    elif args.ids:
-        wanted = set(args.ids.split(","))
-        unknown = wanted - {fault["id"] for fault in FAULTS}
-        chosen = [fault for fault in FAULTS if fault["id"] in wanted]
-    else:
-        unknown, chosen = set(), list(FAULTS)
+    key, wanted = ("subsystem", args.only) if args.only else ("id", args.ids)
+    if not wanted:
+        return list(FAULTS)
+    wanted = set(wanted.split(","))
+    unknown = wanted - {fault[key] for fault in FAULTS}
     if unknown:
-        sys.exit(f"mutate.py: unknown {'subsystem' if args.only else 'id'}: {', '.join(sorted(unknown))}")
-    return chosen
+        sys.exit(f"mutate.py: unknown {key}: {', '.join(sorted(unknown))}")
+    return [fault for fault in FAULTS if fault[key] in wanted]
 
 
 def check_fault(repo, fault):
@@ -92,11 +87,9 @@ def check_fault(repo, fault):
 
 
 def check_unique_ids():
-    seen = set()
-    for fault in FAULTS:
-        if fault["id"] in seen:
-            sys.exit(f"mutate.py: fault id {fault['id']} is listed twice")
-        seen.add(fault["id"])
+    ids = [fault["id"] for fault in FAULTS]
+    if len(set(ids)) != len(ids):
+        sys.exit("mutate.py: a fault id is listed twice")
 
 
 def restore_from_journal(build_dir):
