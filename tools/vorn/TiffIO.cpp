@@ -244,6 +244,10 @@ Page CheckPage(TIFF* tif, const std::string& where, std::uint64_t fileSize)
     }
     if (page.blockWidth == 0 || page.blockHeight == 0)
         Corrupt(where, std::string(page.tiled ? "tiles" : "strips") + " of no size");
+    // Tiles are copied into the image row by row, byte by byte: bilevel tiles
+    // must start at whole bytes (the format asks for multiples of 16 anyway).
+    if (page.tiled && page.bits == 1 && page.blockWidth % 8 != 0)
+        Corrupt(where, "bilevel tiles " + std::to_string(page.blockWidth) + " pixels wide, not a multiple of 8");
     page.across = CeilDivide(page.width, page.blockWidth);
     page.down = CeilDivide(page.height, page.blockHeight);
     const std::string blockKind = page.tiled ? "tile" : "strip";
@@ -300,7 +304,7 @@ void ReadPage(TIFF* tif, const Page& page, std::uint8_t* out, const std::string&
                 Corrupt(where);
             const std::uint64_t x0 = tx * page.blockWidth, y0 = ty * page.blockHeight;
             const std::uint64_t rows = std::min<std::uint64_t>(page.blockHeight, page.height - y0);
-            // Tile widths are multiples of 16, so bilevel tiles start at whole bytes.
+            // Bilevel tiles start at whole bytes (CheckPage refuses other widths).
             const std::uint64_t bytes = page.BytesFor(std::min<std::uint64_t>(page.blockWidth, page.width - x0));
             for (std::uint64_t r = 0; r < rows; ++r)
                 std::memcpy(out + (y0 + r) * rowBytes + page.BytesFor(x0), tile.data() + r * tileRowBytes, bytes);
