@@ -19,8 +19,8 @@ namespace
 // One pass over all pixels: every non-zero pixel goes to its label's moments
 // and widens its label's box.
 template <class T>
-void AccumulateLabels(const TOLX::CImage& image, TOLX::CObjectMoment& moments, std::vector<ObjectReport>& objects,
-                      CProgress& progress)
+void AccumulateLabels(const TOLX::CImage& image, const std::array<int, 3>& origin, TOLX::CObjectMoment& moments,
+                      std::vector<ObjectReport>& objects, CProgress& progress)
 {
     const TOLX::CPos step = image.Step();
     const int width = image.Width(), height = image.Height(), depth = image.Depth();
@@ -34,7 +34,9 @@ void AccumulateLabels(const TOLX::CImage& image, TOLX::CObjectMoment& moments, s
                 const T label = LoadPixel<T>(row + x * sizeof(T));
                 if (label == 0)
                     continue;
-                moments(std::int64_t{label}, x, y, z); // z is 0 in a 2-D image
+                // z is 0 in a 2-D image; the sums are exact integers (below
+                // 2^53) whatever the origin, in one image or in chunks.
+                moments(std::int64_t{label}, x + origin[0], y + origin[1], z + origin[2]);
                 LabelBox& box = objects[label - 1].box;
                 box.xmin = std::min(box.xmin, x);
                 box.xmax = std::max(box.xmax, x);
@@ -140,7 +142,7 @@ AnalysisReport Analyze(TOLX::CImage& image, std::size_t objects, const AnalysisO
                          std::numeric_limits<int>::max(), -1, -1, -1};
     report.objects.assign(objects, ObjectReport{empty, HullReport()});
     WithPixelType(image.Type(), [&](auto element) {
-        AccumulateLabels<decltype(element)>(image, *moments, report.objects, progress);
+        AccumulateLabels<decltype(element)>(image, options.origin, *moments, report.objects, progress);
     });
     report.moments = std::move(moments);
     if (options.hulls)

@@ -4,6 +4,7 @@
 #include "zeblib2core/Value.h"
 #include "zeblib2image/Image.h"
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <map>
@@ -62,6 +63,10 @@ struct AnalysisOptions
 {
     bool hulls = true;       // false: moments only
     bool keepPlanes = false; // keep every hull's planes, for PaintHulls
+    // Where the image's first pixel lies in a larger image that it is a chunk
+    // of: added to every pixel's coordinates in the moment sums, so that the
+    // sums of the chunks merge into those of the whole (boxes stay local).
+    std::array<int, 3> origin{};
 };
 
 struct AnalysisReport

@@ -212,7 +212,7 @@ TOLX::CImage LabelImage::View() const
                         TOLX::CPos(bytes, bytes * width, bytes * width * std::int64_t(height)));
 }
 
-LabelImage IndexLabels(RawImage raw, CProgress& progress)
+LabelImage IndexLabels(RawImage raw, CProgress& progress, const std::array<int, 3>& origin, int dimension)
 {
     const std::uint64_t pixels = raw.PixelCount();
     LabelImage image = Shaped(raw);
@@ -237,8 +237,10 @@ LabelImage IndexLabels(RawImage raw, CProgress& progress)
                 if (!ToLabel(value, label))
                 {
                     const std::uint64_t w = std::uint64_t(raw.width), h = std::uint64_t(raw.height);
-                    throw CToolError("pixel (" + std::to_string(i % w) + ", " + std::to_string(i / w % h) +
-                                     (raw.depth > 1 ? ", " + std::to_string(i / (w * h)) : "") + ") holds " +
+                    const bool space = dimension ? dimension == 3 : raw.depth > 1;
+                    throw CToolError("pixel (" + std::to_string(origin[0] + i % w) + ", " +
+                                     std::to_string(origin[1] + i / w % h) +
+                                     (space ? ", " + std::to_string(origin[2] + i / (w * h)) : "") + ") holds " +
                                      ValueText(value) + "; labels are integers from 0 to 9223372036854775807");
                 }
                 if (label != 0)

@@ -4,6 +4,7 @@
 
 #include "zeblib2image/Image.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -40,8 +41,10 @@ inline std::int64_t LabelAt(const std::vector<std::int64_t>& labels, std::size_t
 // the memory the narrower indices free. Labels are the integers 0 to 2^63 - 1
 // in any sample type; a negative, fractional or larger value is a CToolError
 // naming the first such pixel and its value. Time is linear in the
-// pixels, plus n log n for sorting the labels.
-LabelImage IndexLabels(RawImage raw, CProgress& progress);
+// pixels, plus n log n for sorting the labels. A chunk of a larger image
+// names its pixels there: `origin` is where its first pixel lies, and
+// `dimension` that image's (0: the chunk's own).
+LabelImage IndexLabels(RawImage raw, CProgress& progress, const std::array<int, 3>& origin = {}, int dimension = 0);
 
 // Labels the connected components of the non-zero pixels instead: pixels are
 // neighbours when they differ by at most one in each coordinate and in at most

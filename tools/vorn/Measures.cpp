@@ -70,22 +70,32 @@ std::array<double, 3> EigenvectorOf(const std::array<double, 6>& m, double eigen
 }
 } // namespace
 
+MomentSums SumsOf(const TOLX::CObjectMoment& moments, std::int64_t index)
+{
+    return {moments.getM000(index), moments.getM100(index), moments.getM010(index), moments.getM001(index),
+            moments.getM200(index), moments.getM020(index), moments.getM002(index), moments.getM110(index),
+            moments.getM101(index), moments.getM011(index)};
+}
+
 ObjectMeasures Measure(const AnalysisReport& report, std::size_t i, const Calibration& calibration)
 {
-    const TOLX::CObjectMoment& sums = *report.moments;
-    const std::int64_t index = std::int64_t(i + 1);
-    const bool space = report.dimension == 3;
-    const double n = sums.Mass(index);
+    return Measure(SumsOf(*report.moments, std::int64_t(i + 1)), report.objects[i].hull, report.dimension, calibration);
+}
+
+ObjectMeasures Measure(const MomentSums& sums, const HullReport& hull, int dimension, const Calibration& calibration)
+{
+    const bool space = dimension == 3;
+    const double n = sums.m000;
     const double s[3] = {calibration.spacing[0], calibration.spacing[1], space ? calibration.spacing[2] : 1.0};
-    const double centre[3] = {sums.getM100(index) / n, sums.getM010(index) / n, sums.getM001(index) / n};
+    const double centre[3] = {sums.m100 / n, sums.m010 / n, sums.m001 / n};
     // Central second moments, divided by the pixel count.
     const auto central = [&](double m, double a, double b) { return (m - a * b * n) / n; };
-    const double cxx = central(sums.getM200(index), centre[0], centre[0]);
-    const double cyy = central(sums.getM020(index), centre[1], centre[1]);
-    const double cxy = central(sums.getM110(index), centre[0], centre[1]);
-    const double czz = space ? central(sums.getM002(index), centre[2], centre[2]) : 0;
-    const double cxz = space ? central(sums.getM101(index), centre[0], centre[2]) : 0;
-    const double cyz = space ? central(sums.getM011(index), centre[1], centre[2]) : 0;
+    const double cxx = central(sums.m200, centre[0], centre[0]);
+    const double cyy = central(sums.m020, centre[1], centre[1]);
+    const double cxy = central(sums.m110, centre[0], centre[1]);
+    const double czz = space ? central(sums.m002, centre[2], centre[2]) : 0;
+    const double cxz = space ? central(sums.m101, centre[0], centre[2]) : 0;
+    const double cyz = space ? central(sums.m011, centre[1], centre[2]) : 0;
     const std::array<double, 6> covariance{cxx * s[0] * s[0], cxy * s[0] * s[1], cxz * s[0] * s[2],
                                            cyy * s[1] * s[1], cyz * s[1] * s[2], czz * s[2] * s[2]};
 
@@ -120,7 +130,6 @@ ObjectMeasures Measure(const AnalysisReport& report, std::size_t i, const Calibr
         measures.minorAxis = 4 * std::sqrt(std::max(0.0, c[1]));
         measures.eccentricity = c[0] > 0 ? std::sqrt(std::max(0.0, 1 - c[1] / c[0])) : 0.0;
     }
-    const HullReport& hull = report.objects[i].hull;
     measures.convexVolume = hull.Available() ? hull.convexPixels * s[0] * s[1] * s[2] : NaN;
     measures.solidity = hull.Available() ? n / hull.convexPixels : NaN;
     measures.paintedSolidity = hull.Available() && hull.paintedPixels > 0 ? n / double(hull.paintedPixels) : NaN;

@@ -32,5 +32,17 @@ struct ObjectMeasures
     double paintedSolidity = 0; // pixels / pixels painted by the hull
 };
 
+// The raw sums of an object's pixel centres (mpqr = sum of x^p y^q z^r, in
+// pixels), as CObjectMoment keeps them or as partial results add up.
+struct MomentSums
+{
+    double m000, m100, m010, m001, m200, m020, m002, m110, m101, m011;
+};
+
+MomentSums SumsOf(const TOLX::CObjectMoment& moments, std::int64_t index);
+
+ObjectMeasures Measure(const MomentSums& sums, const HullReport& hull, int dimension, const Calibration& calibration);
+
+// Object i of the report.
 ObjectMeasures Measure(const AnalysisReport& report, std::size_t i, const Calibration& calibration);
 } // namespace vorn

@@ -14,12 +14,11 @@ namespace vorn
 {
 namespace
 {
-// The span of the first and last pixel of every row of the object, which is
-// the span of all its pixels; the scan stops once it fills the dimension.
-template <class T>
-CAffineSpan RowEndSpan(const TOLX::CImage& view, T label, int dimension)
+// Calls visit(point) with the first and then the last pixel of every row of
+// the object (once for a row of one pixel) until it returns false.
+template <class T, class Visit>
+void ForEachRowEnd(const TOLX::CImage& view, T label, Visit&& visit)
 {
-    CAffineSpan span;
     const TOLX::CPos step = view.Step();
     const int width = view.Width();
     const auto matches = [&](const std::uint8_t* row, int x) { return LoadPixel<T>(row + x * step.X()) == label; };
@@ -35,10 +34,18 @@ CAffineSpan RowEndSpan(const TOLX::CImage& view, T label, int dimension)
             int last = width - 1;
             while (!matches(row, last))
                 --last;
-            span.Add({first, y, z});
-            if (span.Add({last, y, z}) == dimension)
-                return span;
+            if (!visit(CAffineSpan::Point{first, y, z}) || (last != first && !visit(CAffineSpan::Point{last, y, z})))
+                return;
         }
+}
+
+// The span of the row-end pixels, which is the span of all the object's
+// pixels; the scan stops once it fills the dimension.
+template <class T>
+CAffineSpan RowEndSpan(const TOLX::CImage& view, T label, int dimension)
+{
+    CAffineSpan span;
+    ForEachRowEnd(view, label, [&](const CAffineSpan::Point& point) { return span.Add(point) < dimension; });
     return span;
 }
 
@@ -99,20 +106,27 @@ TOLX::CImage BoxView(TOLX::CImage& image, const LabelBox& box)
                         step);
 }
 
-HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>* planes,
-                        std::string& problem)
+std::vector<CAffineSpan::Point> RowEnds(const TOLX::CImage& view, std::int64_t label)
+{
+    std::vector<CAffineSpan::Point> points;
+    WithPixelType(view.Type(), [&](auto element) {
+        ForEachRowEnd(view, static_cast<decltype(element)>(label), [&](const CAffineSpan::Point& point) {
+            points.push_back(point);
+            return true;
+        });
+    });
+    return points;
+}
+
+namespace
+{
+// Computes the hull that `hull` holds the points of and measures it; `span`
+// is the points' span, of full rank, and `size` their box's size.
+HullReport MeasuredHull(TOLX::CConvexHullComputer& hull, const CAffineSpan& span, int dimension,
+                        const std::array<int, 3>& size, std::vector<double>* planes, std::string& problem,
+                        std::vector<std::array<double, 3>>* cornersOut)
 {
     HullReport report;
-    const CAffineSpan span = WithPixelType(view.Type(), [&](auto element) {
-        return RowEndSpan(view, static_cast<decltype(element)>(label), dimension);
-    });
-    if (span.Rank() < dimension)
-    {
-        report.state = static_cast<EnHullState>(std::max(span.Rank(), 0)); // POINT, LINE or FLAT
-        return report;
-    }
-    TOLX::CConvexHullComputer hull(static_cast<std::size_t>(dimension), "vorn object hull", nullptr);
-    hull.loadPointsFromImage(view, static_cast<std::size_t>(label));
     try
     {
         if (IndependentSubsetsAreCommon(hull.getPoints(), dimension))
@@ -136,8 +150,7 @@ HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t la
     }
     for (const TOLX::CMatrix<double>& vertex : hull.getVertices())
         shape.vertices.push_back({vertex.Data()[0], vertex.Data()[1], dimension == 3 ? vertex.Data()[2] : 0.0});
-    const std::vector<std::array<double, 3>> corners = Corners(shape);
-    const std::array<int, 3> size{view.Width(), view.Height(), view.Depth()};
+    std::vector<std::array<double, 3>> corners = Corners(shape);
     report.state = EnHullState::HULL;
     report.planes = static_cast<std::uint32_t>(shape.PlaneCount());
     report.corners = static_cast<std::uint32_t>(corners.size());
@@ -145,7 +158,50 @@ HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t la
     report.paintedPixels = LatticePointsInside(shape, size);
     if (planes)
         planes->insert(planes->end(), shape.planes.begin(), shape.planes.end());
+    if (cornersOut)
+        *cornersOut = std::move(corners);
     return report;
+}
+
+HullReport DegenerateHull(const CAffineSpan& span)
+{
+    HullReport report;
+    report.state = static_cast<EnHullState>(std::max(span.Rank(), 0)); // POINT, LINE or FLAT
+    return report;
+}
+} // namespace
+
+HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>* planes,
+                        std::string& problem)
+{
+    const CAffineSpan span = WithPixelType(view.Type(), [&](auto element) {
+        return RowEndSpan(view, static_cast<decltype(element)>(label), dimension);
+    });
+    if (span.Rank() < dimension)
+        return DegenerateHull(span);
+    TOLX::CConvexHullComputer hull(static_cast<std::size_t>(dimension), "vorn object hull", nullptr);
+    hull.loadPointsFromImage(view, static_cast<std::size_t>(label));
+    return MeasuredHull(hull, span, dimension, {view.Width(), view.Height(), view.Depth()}, planes, problem, nullptr);
+}
+
+HullReport HullOfPoints(const std::vector<CAffineSpan::Point>& points, int dimension, const std::array<int, 3>& size,
+                        std::string& problem, std::vector<std::array<double, 3>>* corners)
+{
+    CAffineSpan span;
+    for (const CAffineSpan::Point& point : points)
+        if (span.Add(point) == dimension)
+            break;
+    if (span.Rank() < dimension)
+        return DegenerateHull(span);
+    TOLX::CConvexHullComputer hull(static_cast<std::size_t>(dimension), "vorn object hull", nullptr);
+    TOLX::CMatrix<double> column(static_cast<std::size_t>(dimension), 1);
+    for (const CAffineSpan::Point& point : points)
+    {
+        for (int k = 0; k < dimension; ++k)
+            column(std::size_t(k), 0) = double(point[std::size_t(k)]);
+        hull.addPoint(column);
+    }
+    return MeasuredHull(hull, span, dimension, size, nullptr, problem, corners);
 }
 
 void PaintHull(TOLX::CImage& view, int dimension, std::int64_t label, const double* planes, std::size_t facets)

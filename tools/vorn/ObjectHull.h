@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AffineSpan.h"
 #include "Analysis.h"
 
 #include <string>
@@ -22,6 +23,17 @@ TOLX::CImage BoxView(TOLX::CImage& image, const LabelBox& box);
 // the offset (normal . x <= offset inside).
 HullReport HullOfObject(const TOLX::CImage& view, int dimension, std::int64_t label, std::vector<double>* planes,
                         std::string& problem);
+
+// The first and the last pixel of every row of the object `label` of `view`
+// (one for a row of one pixel), rows in order: points whose hull is the hull
+// of all the object's pixels.
+std::vector<CAffineSpan::Point> RowEnds(const TOLX::CImage& view, std::int64_t label);
+
+// The hull of integer points (in a frame where they are small, as in a box
+// view) whose box has the size `size`, as HullOfObject measures it; with
+// `corners`, the hull's extreme points are stored there.
+HullReport HullOfPoints(const std::vector<CAffineSpan::Point>& points, int dimension, const std::array<int, 3>& size,
+                        std::string& problem, std::vector<std::array<double, 3>>* corners);
 
 // Paints the hull of `facets` planes (laid out as HullOfObject appends them)
 // into `view` in the label, every pixel whose centre is inside.
