@@ -15,5 +15,6 @@ namespace py = pybind11;
 void BindErrors();
 void BindHull(py::module_& module);
 void BindMoment(py::module_& module);
+void BindPartials(py::module_& module);
 void BindRegionProps(py::module_& module);
 } // namespace vornpy

@@ -8,6 +8,7 @@ PYBIND11_MODULE(_vorn, module)
     vornpy::BindErrors();
     vornpy::BindHull(module);
     vornpy::BindMoment(module);
+    vornpy::BindPartials(module);
     vornpy::BindRegionProps(module);
     // The classes are used as vorn.ConvexHull and vorn.Moment, and say so.
     for (const char* name : {"ConvexHull", "Moment"})

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Dict, Optional, Sequence, Union
+from typing import TYPE_CHECKING, Dict, List, Optional, Sequence, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -78,12 +78,22 @@ def regionprops(labels: npt.ArrayLike, spacing: Optional[Sequence[float]] = None
     without the GIL.
     """
     labels = np.asarray(labels)
+    table = _vorn._regionprops(labels, _spacing_xyz(spacing, labels.ndim), bool(hull))
+    return _as_frame(table)
+
+
+def _spacing_xyz(spacing: Optional[Sequence[float]], ndim: int) -> List[float]:
+    """The spacing checked, given in array-axis order, returned in x, y, z order."""
     if spacing is None:
-        spacing = (1.0,) * labels.ndim
+        spacing = (1.0,) * ndim
     spacing = np.asarray(spacing, dtype=np.float64)
-    if spacing.shape != (labels.ndim,) or not np.all(np.isfinite(spacing) & (spacing > 0)):
-        raise ValueError(f"spacing: expected {labels.ndim} positive finite numbers, one per array axis")
-    table = _vorn._regionprops(labels, spacing[::-1].tolist(), bool(hull))
+    if spacing.shape != (ndim,) or not np.all(np.isfinite(spacing) & (spacing > 0)):
+        raise ValueError(f"spacing: expected {ndim} positive finite numbers, one per array axis")
+    return spacing[::-1].tolist()
+
+
+def _as_frame(table: Dict[str, np.ndarray]) -> Union[Dict[str, np.ndarray], pandas.DataFrame]:
+    """The table as a pandas.DataFrame when pandas can be imported."""
     try:
         import pandas
     except ImportError:
