@@ -30,7 +30,9 @@ constexpr py::ssize_t SUMS = std::size(SUM_FIELDS);
 
 // Partial results travel between Dask workers as a dict of NumPy arrays,
 // which pickles without help:
-//   dimension, hulls   of the whole analysis
+//   dimension, hulls, size (x, y, z)   of the whole analysis
+//   region  int64 (6)       the box of pixels analysed: xmin, ymin, zmin, xmax, ymax, zmax
+//   region_is_box           false once parts whose union is no box merged
 //   labels  int64 (n)       ascending
 //   sums    float64 (n, 10) m000, m100, m010, m001, m200, m020, m002, m110, m101, m011
 //   boxes   int64 (n, 6)    xmin, ymin, zmin, xmax, ymax, zmax
@@ -66,8 +68,13 @@ py::dict ToDict(const PartialAnalysis& part)
     for (py::ssize_t i = 0; i < n; ++i)
         for (py::ssize_t k = 0; k < SUMS; ++k)
             *sums.mutable_data(i, k) = part.sums[std::size_t(i)].*SUM_FIELDS[k];
+    const LabelBox& r = part.region;
+    const std::int64_t region[6] = {r.xmin, r.ymin, r.zmin, r.xmax, r.ymax, r.zmax};
     py::dict out;
     out["dimension"] = part.dimension;
+    out["size"] = part.size;
+    out["region"] = Table<std::int64_t>(6, region);
+    out["region_is_box"] = part.regionIsBox;
     out["hulls"] = part.hulls;
     out["labels"] = Table<std::int64_t>(n, part.labels.data());
     out["sums"] = sums;
@@ -83,6 +90,17 @@ py::dict ToDict(const PartialAnalysis& part)
 [[noreturn]] void Malformed(const std::string& what)
 {
     throw py::value_error("partial results: " + what);
+}
+
+// Whether the box (xmin, ymin, zmin, xmax, ymax, zmax) holds a pixel and
+// lies inside `region`.
+bool InsideBox(const std::int64_t* box, const LabelBox& region)
+{
+    const std::int64_t low[3] = {region.xmin, region.ymin, region.zmin}, high[3] = {region.xmax, region.ymax, region.zmax};
+    for (int k = 0; k < 3; ++k)
+        if (box[k] > box[k + 3] || box[k] < low[k] || box[k + 3] > high[k])
+            return false;
+    return true;
 }
 
 template <class T>
@@ -102,12 +120,20 @@ Table<T> Field(const py::dict& dict, const char* key, py::ssize_t rows, py::ssiz
 PartialAnalysis FromDict(const py::dict& dict)
 {
     PartialAnalysis part;
-    if (!dict.contains("dimension") || !dict.contains("hulls"))
-        Malformed("no 'dimension' or 'hulls'");
+    for (const char* key : {"dimension", "hulls", "size", "region_is_box"})
+        if (!dict.contains(key))
+            Malformed(std::string("no '") + key + "'");
     part.dimension = dict["dimension"].cast<int>();
     part.hulls = dict["hulls"].cast<bool>();
+    part.size = dict["size"].cast<std::array<int, 3>>();
+    part.regionIsBox = dict["region_is_box"].cast<bool>();
     if (part.dimension != 2 && part.dimension != 3)
         Malformed("dimension " + std::to_string(part.dimension));
+    const auto region = Field<std::int64_t>(dict, "region", 6, 0);
+    if (!InsideBox(region.data(), {0, 0, 0, part.size[0] - 1, part.size[1] - 1, part.size[2] - 1}))
+        Malformed("the region lies outside the image");
+    const std::int64_t* r = region.data();
+    part.region = {int(r[0]), int(r[1]), int(r[2]), int(r[3]), int(r[4]), int(r[5])};
     const auto labels = Field<std::int64_t>(dict, "labels", -1, 0);
     const py::ssize_t n = labels.shape(0);
     const auto sums = Field<double>(dict, "sums", n, SUMS);
@@ -129,9 +155,8 @@ PartialAnalysis FromDict(const py::dict& dict)
     for (py::ssize_t i = 0; i < n; ++i)
     {
         const std::int64_t* b = boxes.data(i, 0);
-        for (int k = 0; k < 3; ++k)
-            if (b[k] < 0 || b[k] > b[k + 3] || b[k + 3] >= INT_MAX)
-                Malformed("box " + std::to_string(i) + " is empty or out of range");
+        if (!InsideBox(b, part.region))
+            Malformed("box " + std::to_string(i) + " is empty or outside the region");
         part.boxes.push_back({int(b[0]), int(b[1]), int(b[2]), int(b[3]), int(b[4]), int(b[5])});
         const std::int64_t* h = hull.data(i, 0);
         if (h[0] < 0 || h[0] > std::int64_t(EnHullState::SKIPPED) || h[1] < 0 || h[1] > UINT32_MAX || h[2] < 0 ||

@@ -11,6 +11,16 @@ def seed(seed: int) -> None:
 def _regionprops(labels: np.ndarray, spacing: List[float], hull: bool) -> Dict[str, np.ndarray]:
     """vorn.regionprops's table as a dict of columns; spacing in x, y, z order."""
 
+def _chunk_partials(block: np.ndarray, origin: List[int], size: List[int], dimension: int,
+                    hull: bool) -> Dict[str, object]:
+    """The partial results of one chunk at origin (x, y, z) of an image of size (x, y, z)."""
+
+def _merge_partials(parts: List[Dict[str, object]]) -> Dict[str, object]:
+    """The partial results of the union of the parts."""
+
+def _partials_table(whole: Dict[str, object], spacing: List[float]) -> Dict[str, np.ndarray]:
+    """vorn.regionprops's table from the merged partial results of every chunk."""
+
 class ConvexHull:
     """The convex hull of n points in d-space (d >= 2)."""
 

@@ -33,12 +33,13 @@ void Shift(std::vector<Point>::iterator first, std::vector<Point>::iterator last
 }
 
 // Replaces the points, given in the frame of their box, by the corners of
-// their hull when they are many; points that span less than the dimension,
-// or whose hull the library refuses, stay as they are.
+// their hull when they are very many; points that span less than the
+// dimension, or whose hull the library refuses, stay as they are.
 void KeepCorners(std::vector<Point>& points, const LabelBox& box, int dimension)
 {
-    // A few hundred points are cheaper to carry than to reduce.
-    if (points.size() <= 256)
+    // A few thousand points are cheaper to carry than to reduce: the hull
+    // is built once, where the object is complete.
+    if (points.size() <= 16384)
         return;
     std::string problem;
     std::vector<std::array<double, 3>> corners;
@@ -47,6 +48,34 @@ void KeepCorners(std::vector<Point>& points, const LabelBox& box, int dimension)
     points.clear();
     for (const std::array<double, 3>& corner : corners)
         points.push_back({std::int64_t(corner[0]), std::int64_t(corner[1]), std::int64_t(corner[2])});
+}
+
+// Whether no pixel of an object with this box can lie outside the region:
+// on each side the box stops short of the region's face, or that face is the
+// image's.
+bool Inside(const LabelBox& box, const LabelBox& region, const std::array<int, 3>& size)
+{
+    const int low[3] = {box.xmin, box.ymin, box.zmin}, high[3] = {box.xmax, box.ymax, box.zmax};
+    const int regionLow[3] = {region.xmin, region.ymin, region.zmin};
+    const int regionHigh[3] = {region.xmax, region.ymax, region.zmax};
+    for (int k = 0; k < 3; ++k)
+        if ((low[k] == regionLow[k] && regionLow[k] > 0) || (high[k] == regionHigh[k] && regionHigh[k] < size[k] - 1))
+            return false;
+    return true;
+}
+
+__extension__ using Wide = unsigned __int128;
+
+Wide Volume(const LabelBox& box)
+{
+    return Wide(box.xmax - box.xmin + 1) * Wide(box.ymax - box.ymin + 1) * Wide(box.zmax - box.zmin + 1);
+}
+
+// The hull of an object's points, given in the image's coordinates.
+HullReport HullOfImagePoints(std::vector<Point> points, const LabelBox& box, int dimension, std::string& problem)
+{
+    Shift(points.begin(), points.end(), box, -1);
+    return HullOfPoints(points, dimension, SizeOf(box), problem, nullptr);
 }
 
 void AddSums(MomentSums& sums, const MomentSums& other)
@@ -84,6 +113,9 @@ PartialAnalysis AnalyzeChunk(RawImage chunk, const std::array<int, 3>& origin, c
 
     PartialAnalysis part;
     part.dimension = dimension;
+    part.size = size;
+    part.region = {origin[0], origin[1], origin[2], origin[0] + extent[0] - 1, origin[1] + extent[1] - 1,
+                   origin[2] + extent[2] - 1};
     part.hulls = hulls;
     part.starts.push_back(0);
     for (std::size_t i = 0; i < index.objects; ++i)
@@ -91,10 +123,7 @@ PartialAnalysis AnalyzeChunk(RawImage chunk, const std::array<int, 3>& origin, c
         const LabelBox& local = report.objects[i].box;
         const LabelBox box = {local.xmin + origin[0], local.ymin + origin[1], local.zmin + origin[2],
                               local.xmax + origin[0], local.ymax + origin[1], local.zmax + origin[2]};
-        const int low[3] = {local.xmin, local.ymin, local.zmin}, high[3] = {local.xmax, local.ymax, local.zmax};
-        bool complete = true;
-        for (int k = 0; k < 3; ++k)
-            complete = complete && (low[k] > 0 || origin[k] == 0) && (high[k] < extent[k] - 1 || origin[k] + extent[k] == size[k]);
+        const bool complete = Inside(box, part.region, size);
         HullReport hull;
         if (hulls && complete)
         {
@@ -124,10 +153,23 @@ PartialAnalysis MergePartials(const std::vector<const PartialAnalysis*>& parts)
     if (parts.empty())
         return merged;
     merged.dimension = parts.front()->dimension;
+    merged.size = parts.front()->size;
     merged.hulls = parts.front()->hulls;
+    merged.region = parts.front()->region;
+    Wide volumes = 0;
     for (const PartialAnalysis* part : parts)
-        if (part->dimension != merged.dimension || part->hulls != merged.hulls)
-            throw CToolError("partial results of different analyses (dimension or hulls differ) cannot merge");
+    {
+        if (part->dimension != merged.dimension || part->size != merged.size || part->hulls != merged.hulls)
+            throw CToolError("partial results of different analyses (image or hulls differ) cannot merge");
+        Widen(merged.region, part->region);
+        merged.regionIsBox = merged.regionIsBox && part->regionIsBox;
+        volumes += Volume(part->region);
+    }
+    // The region of a union that is no box is only its bounding box, which
+    // may overlap others; boxes are known, and must not overlap.
+    if (merged.regionIsBox && volumes > Volume(merged.region))
+        throw CToolError("partial results of overlapping chunks cannot merge");
+    merged.regionIsBox = merged.regionIsBox && volumes == Volume(merged.region);
     // Every (label, part, position), in label order and, for one label, in
     // the order of the parts, which fixes the order of the additions.
     struct Entry
@@ -167,20 +209,31 @@ PartialAnalysis MergePartials(const std::vector<const PartialAnalysis*>& parts)
             merged.points.insert(merged.points.end(), part.points.begin() + part.starts[i],
                                  part.points.begin() + part.starts[i + 1]);
         }
-        if (merged.hulls && end - e > 1)
+        // An object found in one part may be complete there already; else
+        // it is complete once the merged region, a box, holds it.
+        bool complete = end - e == 1 && head.complete[at];
+        HullReport hull = head.hull[at];
+        if (!complete)
         {
+            complete = merged.regionIsBox && Inside(box, merged.region, merged.size);
             std::vector<Point> points(merged.points.begin() + std::ptrdiff_t(first), merged.points.end());
-            Shift(points.begin(), points.end(), box, -1);
-            KeepCorners(points, box, merged.dimension);
-            Shift(points.begin(), points.end(), box, 1);
             merged.points.resize(first);
-            merged.points.insert(merged.points.end(), points.begin(), points.end());
+            std::string problem;
+            if (complete && merged.hulls)
+                hull = HullOfImagePoints(std::move(points), box, merged.dimension, problem);
+            else if (merged.hulls)
+            {
+                Shift(points.begin(), points.end(), box, -1);
+                KeepCorners(points, box, merged.dimension);
+                Shift(points.begin(), points.end(), box, 1);
+                merged.points.insert(merged.points.end(), points.begin(), points.end());
+            }
         }
         merged.labels.push_back(entries[e].label);
         merged.sums.push_back(sums);
         merged.boxes.push_back(box);
-        merged.complete.push_back(head.complete[at]);
-        merged.hull.push_back(head.hull[at]);
+        merged.complete.push_back(complete);
+        merged.hull.push_back(hull);
         merged.starts.push_back(std::int64_t(merged.points.size()));
         e = end;
     }
@@ -197,10 +250,9 @@ AnalysisReport ReportOfPartials(const PartialAnalysis& whole)
         ObjectReport object{whole.boxes[i], whole.hull[i]};
         if (whole.hulls && !whole.complete[i])
         {
-            std::vector<Point> points(whole.points.begin() + whole.starts[i], whole.points.begin() + whole.starts[i + 1]);
-            Shift(points.begin(), points.end(), object.box, -1);
             std::string problem;
-            object.hull = HullOfPoints(points, whole.dimension, SizeOf(object.box), problem, nullptr);
+            object.hull = HullOfImagePoints({whole.points.begin() + whole.starts[i], whole.points.begin() + whole.starts[i + 1]},
+                                            object.box, whole.dimension, problem);
             if (object.hull.state == EnHullState::FAILED)
                 report.refusals[i] = problem;
         }

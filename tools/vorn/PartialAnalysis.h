@@ -22,13 +22,16 @@ namespace vorn
 // parts' points is the hull of the union of their pixels.
 struct PartialAnalysis
 {
-    int dimension = 2; // of the whole image
+    int dimension = 2;            // of the whole image
+    std::array<int, 3> size{};    // of the whole image, x, y, z
+    LabelBox region{};            // the pixels analysed: a chunk, or chunks that form a box
+    bool regionIsBox = true;      // false: chunks whose union is no box
     bool hulls = true;
     std::vector<std::int64_t> labels; // ascending
     std::vector<MomentSums> sums;
     std::vector<LabelBox> boxes;
-    std::vector<std::uint8_t> complete; // 1: the object lies in one chunk; its hull is final
-    std::vector<HullReport> hull;       // of the complete objects
+    std::vector<std::uint8_t> complete; // 1: no pixel of the object lies outside the region
+    std::vector<HullReport> hull;       // of the complete objects, final
     std::vector<std::int64_t> starts;   // label i's points are points[starts[i] .. starts[i + 1])
     std::vector<CAffineSpan::Point> points;
 };
@@ -42,10 +45,12 @@ struct PartialAnalysis
 PartialAnalysis AnalyzeChunk(RawImage chunk, const std::array<int, 3>& origin, const std::array<int, 3>& size,
                              int dimension, bool hulls);
 
-// The partial results of the union of the parts' chunks, which must agree in
-// dimension and hulls and not overlap (else a CToolError). An object found in
-// several parts keeps the corners of the hull of their points once these
-// grow many.
+// The partial results of the union of the parts' regions, which must agree in
+// image and hulls and not overlap (else a CToolError). When the union is a
+// box, the objects it now holds completely get their final hull; an object
+// still incomplete carries the corners of the hull of its points once these
+// grow many. Merging neighbouring chunks, so that unions are boxes, spreads
+// the hulls over the merges.
 PartialAnalysis MergePartials(const std::vector<const PartialAnalysis*>& parts);
 
 // The report on the whole image from the merged results of all its chunks:
