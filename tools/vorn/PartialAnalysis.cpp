@@ -32,22 +32,41 @@ void Shift(std::vector<Point>::iterator first, std::vector<Point>::iterator last
     }
 }
 
-// Replaces the points, given in the frame of their box, by the corners of
-// their hull when they are very many; points that span less than the
-// dimension, or whose hull the library refuses, stay as they are.
-void KeepCorners(std::vector<Point>& points, const LabelBox& box, int dimension)
+// Builds the hull of points given in the image's coordinates, in the frame
+// of their box, where coordinates are small; with `corners`, its extreme
+// points are stored there, back in the image's coordinates.
+HullReport HullOfImagePoints(std::vector<Point> points, const LabelBox& box, int dimension, std::string& problem,
+                             std::vector<Point>* corners = nullptr)
 {
-    // A few thousand points are cheaper to carry than to reduce: the hull
-    // is built once, where the object is complete.
-    if (points.size() <= 16384)
+    Shift(points.begin(), points.end(), box, -1);
+    std::vector<std::array<double, 3>> extremes;
+    const HullReport report = HullOfPoints(points, dimension, SizeOf(box), problem, corners ? &extremes : nullptr);
+    if (corners)
+    {
+        corners->clear();
+        for (const std::array<double, 3>& corner : extremes)
+            corners->push_back({std::int64_t(corner[0]), std::int64_t(corner[1]), std::int64_t(corner[2])});
+        Shift(corners->begin(), corners->end(), box, 1);
+    }
+    return report;
+}
+
+// Replaces the points (image coordinates) of an object that is not complete
+// by the corners of their hull when they are very many: a few thousand are
+// cheaper to carry than to reduce, as the hull is built once, where the
+// object is complete. Points that span less than the dimension, or whose
+// hull the library refuses, stay as they are.
+void KeepCorners(std::vector<Point>& points, std::size_t first, const LabelBox& box, int dimension)
+{
+    if (points.size() - first <= 16384)
         return;
     std::string problem;
-    std::vector<std::array<double, 3>> corners;
-    if (HullOfPoints(points, dimension, SizeOf(box), problem, &corners).state != EnHullState::HULL)
+    std::vector<Point> corners;
+    if (HullOfImagePoints({points.begin() + std::ptrdiff_t(first), points.end()}, box, dimension, problem, &corners)
+            .state != EnHullState::HULL)
         return;
-    points.clear();
-    for (const std::array<double, 3>& corner : corners)
-        points.push_back({std::int64_t(corner[0]), std::int64_t(corner[1]), std::int64_t(corner[2])});
+    points.resize(first);
+    points.insert(points.end(), corners.begin(), corners.end());
 }
 
 // Whether no pixel of an object with this box can lie outside the region:
@@ -69,13 +88,6 @@ __extension__ using Wide = unsigned __int128;
 Wide Volume(const LabelBox& box)
 {
     return Wide(box.xmax - box.xmin + 1) * Wide(box.ymax - box.ymin + 1) * Wide(box.zmax - box.zmin + 1);
-}
-
-// The hull of an object's points, given in the image's coordinates.
-HullReport HullOfImagePoints(std::vector<Point> points, const LabelBox& box, int dimension, std::string& problem)
-{
-    Shift(points.begin(), points.end(), box, -1);
-    return HullOfPoints(points, dimension, SizeOf(box), problem, nullptr);
 }
 
 void AddSums(MomentSums& sums, const MomentSums& other)
@@ -132,10 +144,11 @@ PartialAnalysis AnalyzeChunk(RawImage chunk, const std::array<int, 3>& origin, c
         }
         else if (hulls)
         {
-            std::vector<Point> points = RowEnds(BoxView(image, local), std::int64_t(i + 1));
-            KeepCorners(points, box, dimension);
-            Shift(points.begin(), points.end(), box, 1);
+            const std::vector<Point> points = RowEnds(BoxView(image, local), std::int64_t(i + 1));
+            const std::size_t first = part.points.size();
             part.points.insert(part.points.end(), points.begin(), points.end());
+            Shift(part.points.begin() + std::ptrdiff_t(first), part.points.end(), box, 1);
+            KeepCorners(part.points, first, box, dimension);
         }
         part.labels.push_back(LabelAt(index.labels, i));
         part.sums.push_back(SumsOf(*report.moments, std::int64_t(i + 1)));
@@ -216,18 +229,15 @@ PartialAnalysis MergePartials(const std::vector<const PartialAnalysis*>& parts)
         if (!complete)
         {
             complete = merged.regionIsBox && Inside(box, merged.region, merged.size);
-            std::vector<Point> points(merged.points.begin() + std::ptrdiff_t(first), merged.points.end());
-            merged.points.resize(first);
-            std::string problem;
             if (complete && merged.hulls)
-                hull = HullOfImagePoints(std::move(points), box, merged.dimension, problem);
-            else if (merged.hulls)
             {
-                Shift(points.begin(), points.end(), box, -1);
-                KeepCorners(points, box, merged.dimension);
-                Shift(points.begin(), points.end(), box, 1);
-                merged.points.insert(merged.points.end(), points.begin(), points.end());
+                std::string problem;
+                hull = HullOfImagePoints({merged.points.begin() + std::ptrdiff_t(first), merged.points.end()}, box,
+                                         merged.dimension, problem);
+                merged.points.resize(first);
             }
+            else if (merged.hulls)
+                KeepCorners(merged.points, first, box, merged.dimension);
         }
         merged.labels.push_back(entries[e].label);
         merged.sums.push_back(sums);
